@@ -1,0 +1,174 @@
+#include "keldb/support/text_file.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+#include "keldb/support/atomic_file.h"
+#include "keldb/support/huge_pages.h"
+#include "keldb/support/platform.h"
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t kPiece = std::size_t{64} << 10;
+constexpr std::size_t kMostReserved = std::size_t{1} << 30;  // a size is a hint; beyond this the text grows as it comes
+
+struct OpenFile {
+    explicit OpenFile(const char* path) {
+        do {
+            descriptor = OS().open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY, 0);
+        } while (descriptor < 0 && errno == EINTR);
+    }
+    ~OpenFile() {
+        if (descriptor >= 0) {
+            OS().close(descriptor);
+        }
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    int descriptor = -1;
+};
+
+std::size_t expected_size(int file) {
+    struct ::stat about {};
+    const bool known = OS().fileStat(file, &about) == 0 && S_ISREG(about.st_mode) && about.st_size > 0;
+    return known ? std::min(static_cast<std::size_t>(about.st_size), kMostReserved) : 0;
+}
+
+// Takes out each CR that stands before a LF, in place. The first `clean` bytes hold no CR.
+void join_line_ends(std::string& text, std::size_t clean) {
+    char* const end = text.data() + text.size();
+    auto* from = static_cast<char*>(std::memchr(text.data() + clean, '\r', text.size() - clean));
+    char* to = from;
+    while (from && from != end) {
+        const bool dropped = from[1] == '\n';  // a CR at the very end is followed by the string's own zero byte
+        from += dropped ? 1 : 0;
+        auto* next = static_cast<char*>(std::memchr(from + 1, '\r', static_cast<std::size_t>(end - from - 1)));
+        const auto length = static_cast<std::size_t>((next ? next : end) - from);
+        std::memmove(to, from, length);
+        to += length;
+        from = next;
+    }
+    if (to) {
+        text.resize(static_cast<std::size_t>(to - text.data()));
+    }
+}
+
+}  // namespace
+
+TextFile TextFile::fromBytes(std::string_view bytes) {
+    TextFile file;
+    file.text_ = bytes;
+    file.tidy(0);
+    return file;
+}
+
+bool TextFile::load(const WString& path, char /*separator*/, bool /*reserved*/) {
+    *this = TextFile();
+    const String name = toUTF8(path);
+    if (name.view().find('\0') != std::string_view::npos) {
+        return false;
+    }
+    TextFile loaded;
+    const OpenFile file(name.c_str());
+    if (file.descriptor < 0 || !loaded.read_all(file.descriptor)) {
+        return false;
+    }
+    *this = std::move(loaded);
+    return true;
+}
+
+// Each piece is searched for a CR while it is at hand: most files have none and need no second pass.
+bool TextFile::read_all(int file) {
+    const std::size_t expected = expected_size(file);
+    text_.reserve(expected + 1);
+    kel::prefer_huge_pages(text_.data(), expected);
+    const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);
+    std::size_t clean = 0;
+    ssize_t got = 1;
+    while (got != 0) {
+        got = OS().read(file, piece.get(), kPiece);
+        if (got < 0 && errno != EINTR) {
+            return false;
+        }
+        const std::string_view bytes(piece.get(), got > 0 ? static_cast<std::size_t>(got) : 0);
+        clean += clean == text_.size() && bytes.find('\r') == std::string_view::npos ? bytes.size() : 0;
+        text_.append(bytes);
+    }
+    tidy(clean);
+    return true;
+}
+
+// Makes bytes as they come from a file into lines.
+void TextFile::tidy(std::size_t clean) {
+    join_line_ends(text_, clean);
+    if (text_.starts_with(kByteOrderMark)) {
+        text_.erase(0, kByteOrderMark.size());
+    }
+    if (!text_.empty() && text_.back() != '\n') {
+        text_.push_back('\n');
+    }
+}
+
+void TextFile::index_lines() const {
+    std::size_t start = ends_.empty() ? 0 : ends_.back();
+    while (start < text_.size()) {
+        const std::size_t end = text_.find('\n', start);
+        if (end == std::string::npos) {
+            return;  // a line that is still open
+        }
+        start = end + 1;
+        ends_.push_back(start);
+    }
+}
+
+std::size_t TextFile::numLines() const {
+    index_lines();
+    return ends_.size();
+}
+
+std::string_view TextFile::line(std::size_t line) const {
+    index_lines();
+    if (line >= ends_.size()) {
+        return {};
+    }
+    const std::size_t start = line ? ends_[line - 1] : 0;
+    return std::string_view(text_).substr(start, ends_[line] - 1 - start);
+}
+
+String TextFile::operator[](std::size_t line) const { return String(this->line(line)); }
+
+std::string_view TextFile::nextLine() noexcept {
+    if (atEnd()) {
+        return {};
+    }
+    const std::string_view rest = std::string_view(text_).substr(next_);
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    next_ += std::min(line.size() + 1, rest.size());
+    ++nextNumber_;
+    return line;
+}
+
+void TextFile::appendLine(std::string_view line) {
+    const std::size_t before = text_.size();
+    try {
+        text_.append(line);
+        endLine();
+    } catch (...) {
+        text_.resize(before);
+        throw;
+    }
+}
+
+bool TextFile::save(const WString& path, int /*style*/) const { return saveLike(path, WString()); }
+
+bool TextFile::saveLike(const WString& path, const WString& modeLike) const {
+    const String name = toUTF8(path), like = toUTF8(modeLike);
+    kel::AtomicFile file{std::string(name.view()), std::string(like.view())};
+    return file.open() && file.write(text_) && file.commit();
+}

@@ -1,0 +1,68 @@
+// A folder that lives as long as the object, and what tests ask about files and descriptors.
+#ifndef KELDB_TESTS_TESTING_TEMP_DIR_H
+#define KELDB_TESTS_TESTING_TEMP_DIR_H
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "keldb/support/wstring.h"
+
+namespace testing_kit {
+
+class TempDir {
+public:
+    TempDir() : path_((std::filesystem::temp_directory_path() / "keldb_XXXXXX").string()) {
+        if (!::mkdtemp(path_.data())) {
+            throw std::runtime_error("no temporary folder: " + path_);
+        }
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
+
+private:
+    std::string path_;
+};
+
+inline WString wide(std::string_view path) { return fromUTF8(String(path)); }
+
+inline void write_file(const std::string& path, std::string_view bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// "(none)" when nothing can be read there, so that a missing file never equals an empty one.
+inline std::string file_bytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "(none)";
+}
+
+// Everything in a folder, hidden names too, in order.
+inline std::vector<std::string> names_in(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+inline std::size_t open_descriptors() { return names_in("/proc/self/fd").size(); }
+
+}  // namespace testing_kit
+
+#endif
