@@ -1,0 +1,243 @@
+#include "keldb/fields/field_values.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace kel {
+
+char* ValueBuilder::start(std::size_t bytes) {
+    ends_.clear();
+    if (texts_.size() < bytes) texts_.resize(std::max(bytes, 2 * texts_.size()));
+    return texts_.data();
+}
+
+void ValueBuilder::append(std::string_view text) {
+    const std::size_t at = ends_.empty() ? 0 : ends_.back();
+    if (texts_.size() < at + text.size() + 1) texts_.resize(2 * (at + text.size() + 1));
+    if (!text.empty()) std::memcpy(texts_.data() + at, text.data(), text.size());
+    finish_value(texts_.data() + at + text.size());
+}
+
+std::string_view ValueBuilder::text(std::size_t i) const noexcept {
+    const std::size_t begin = i ? ends_[i - 1] : 0;
+    return {texts_.data() + begin, ends_[i] - begin - 1};
+}
+
+void ValueBuilder::truncate(std::size_t count) {
+    if (count < ends_.size()) ends_.resize(count);
+}
+
+// A packed block: `stored` ends, then the texts. Taking values out moves the texts within the block, so that they
+// always follow the last end.
+template <class End>
+struct FieldValues::Packed {
+    Block* block;
+
+    End* ends() const { return reinterpret_cast<End*>(block + 1); }
+    char* texts() const { return reinterpret_cast<char*>(ends() + block->stored); }
+    std::size_t begin(unsigned i) const { return i ? ends()[i - 1] : 0; }
+    std::size_t bytes() const { return begin(block->stored); }
+    std::string_view text(unsigned i) const { return {texts() + begin(i), ends()[i] - begin(i) - 1}; }
+    char* place(unsigned i) const { return texts() + begin(i); }
+
+    static Block* make(const std::uint32_t* ends, std::uint16_t count, const char* texts, Form form) {
+        const std::size_t bytes = ends[count - 1];
+        const std::size_t size = sizeof(Block) + count * sizeof(End) + bytes;
+        Block* block = static_cast<Block*>(::operator new(size));
+        *block = {static_cast<std::uint32_t>(size), count, form};
+        const Packed packed{block};
+        for (unsigned i = 0; i < count; ++i) packed.ends()[i] = static_cast<End>(ends[i]);
+        std::memcpy(packed.texts(), texts, bytes);
+        return block;
+    }
+
+    void drop_from(unsigned short count) const {
+        const std::size_t bytes = begin(count);
+        char* from = texts();
+        block->stored = count;
+        std::memmove(texts(), from, bytes);
+    }
+
+    void erase(unsigned i) const {
+        const std::size_t from = begin(i), to = ends()[i], all = bytes(), gone = to - from;
+        std::memmove(texts() + from, texts() + to, all - to);
+        char* old_texts = texts();
+        for (unsigned k = i; k + 1 < block->stored; ++k) ends()[k] = static_cast<End>(ends()[k + 1] - gone);
+        --block->stored;
+        std::memmove(texts(), old_texts, all - gone);
+    }
+
+    bool ok() const {
+        for (unsigned i = 0; i < block->stored; ++i) {
+            if (ends()[i] <= begin(i) || texts()[ends()[i] - 1] != '\0') return false;
+        }
+        return static_cast<std::size_t>(texts() - reinterpret_cast<char*>(block)) + bytes() <= block->size;
+    }
+};
+
+FieldValues::FieldValues(const FieldValues& other) : count_(other.count_) {
+    if (!other.block_) return;
+    if (other.block_->form != Form::open) {
+        block_ = static_cast<Block*>(::operator new(other.block_->size));
+        std::memcpy(block_, other.block_, other.block_->size);
+        return;
+    }
+    open_up();
+    std::copy_n(other.strings(), count_, strings());
+}
+
+void FieldValues::swap(FieldValues& other) noexcept {
+    std::swap(block_, other.block_);
+    std::swap(count_, other.count_);
+}
+
+bool FieldValues::all_empty() const noexcept {
+    if (!block_) return true;
+    if (block_->form == Form::narrow) return Packed<std::uint16_t>{block_}.bytes() == block_->stored;
+    if (block_->form == Form::wide) return Packed<std::uint32_t>{block_}.bytes() == block_->stored;
+    return std::all_of(strings(), strings() + count_, [](const String& value) { return value.empty(); });
+}
+
+std::string_view FieldValues::other_text(unsigned short i) const noexcept {
+    return block_->form == Form::wide ? Packed<std::uint32_t>{block_}.text(i) : strings()[i].view();
+}
+
+const String& FieldValues::string(unsigned short i) const {
+    if (!block_ || block_->form != Form::open) open_up();
+    return strings()[i];
+}
+
+void FieldValues::set(unsigned short i, std::string_view new_text) {
+    if (overwrite(i, new_text)) return;
+    String value(new_text);
+    if (!block_ || block_->form != Form::open) open_up();
+    strings()[i].swap(value);
+}
+
+void FieldValues::set(unsigned short i, const String& new_text) {
+    if (overwrite(i, new_text.view())) return;
+    String value(new_text);
+    if (!block_ || block_->form != Form::open) open_up();
+    strings()[i].swap(value);
+}
+
+// A packed value is rewritten in its place when the new text is as long as the old one.
+bool FieldValues::overwrite(unsigned short i, std::string_view new_text) noexcept {
+    if (block_ && block_->form == Form::open) return false;
+    if (new_text.size() != text(i).size()) return false;
+    if (new_text.empty()) return true;
+    char* place =
+        block_->form == Form::narrow ? Packed<std::uint16_t>{block_}.place(i) : Packed<std::uint32_t>{block_}.place(i);
+    std::memmove(place, new_text.data(), new_text.size());
+    return true;
+}
+
+void FieldValues::pack(const ValueBuilder& values) {
+    const auto count = static_cast<std::uint16_t>(values.size());
+    Block* block = nullptr;
+    if (count != 0 && values.ends_[count - 1U] != count) {
+        const bool narrow = values.ends_[count - 1U] <= UINT16_MAX;
+        block = narrow ? Packed<std::uint16_t>::make(values.ends_.data(), count, values.texts_.data(), Form::narrow)
+                       : Packed<std::uint32_t>::make(values.ends_.data(), count, values.texts_.data(), Form::wide);
+    }
+    drop_block();
+    block_ = block;
+    count_ = count;
+}
+
+void FieldValues::clear() noexcept { drop_block(); }
+
+void FieldValues::resize(unsigned short count) {
+    if (count == count_) return;
+    if (block_ && block_->form == Form::open) {
+        FieldValues resized(count);
+        if (count != 0) {
+            if (count > count_) {
+                resized.open_up();
+                std::move(strings(), strings() + count_, resized.strings());
+            } else {
+                std::destroy(strings() + count, strings() + count_);
+                block_->stored = count;
+                count_ = count;
+                return;
+            }
+        }
+        swap(resized);
+        return;
+    }
+    if (block_ && count < block_->stored) {
+        if (block_->form == Form::narrow)
+            Packed<std::uint16_t>{block_}.drop_from(count);
+        else
+            Packed<std::uint32_t>{block_}.drop_from(count);
+    }
+    count_ = count;
+}
+
+void FieldValues::erase(unsigned short i) noexcept {
+    if (block_ && block_->form == Form::open) {
+        std::move(strings() + i + 1, strings() + count_, strings() + i);
+        std::destroy_at(strings() + count_ - 1);
+        --block_->stored;
+    } else if (block_ && i < block_->stored) {
+        if (block_->form == Form::narrow)
+            Packed<std::uint16_t>{block_}.erase(i);
+        else
+            Packed<std::uint32_t>{block_}.erase(i);
+    }
+    --count_;
+}
+
+String* FieldValues::strings() const noexcept {
+    return reinterpret_cast<String*>(reinterpret_cast<char*>(block_ + 1) + sizeof(Block*));
+}
+
+FieldValues::Block*& FieldValues::kept() const noexcept { return *reinterpret_cast<Block**>(block_ + 1); }
+
+void FieldValues::open_up() const {
+    const std::size_t size = sizeof(Block) + sizeof(Block*) + count_ * sizeof(String);
+    struct Memory {  // freed again when a text cannot be copied
+        void* block;
+        ~Memory() { ::operator delete(block); }
+    } memory{::operator new(size)};
+    String* opened = reinterpret_cast<String*>(static_cast<char*>(memory.block) + sizeof(Block) + sizeof(Block*));
+    unsigned short made = 0;
+    try {
+        for (; made < count_; ++made) new (opened + made) String(text(made));
+    } catch (...) {
+        std::destroy_n(opened, made);
+        throw;
+    }
+    Block* packed = block_;
+    block_ = static_cast<Block*>(std::exchange(memory.block, nullptr));
+    *block_ = {static_cast<std::uint32_t>(size), count_, Form::open};
+    kept() = packed;
+}
+
+void FieldValues::drop_block() noexcept {
+    if (!block_) return;
+    if (block_->form == Form::open) {
+        std::destroy_n(strings(), block_->stored);
+        ::operator delete(kept());
+    }
+    ::operator delete(block_);
+    block_ = nullptr;
+}
+
+std::size_t FieldValues::memory() const noexcept {
+    if (!block_) return 0;
+    const std::size_t packed = block_->form == Form::open && kept() ? kept()->size : 0;
+    return block_->size + packed;
+}
+
+bool FieldValues::ok() const noexcept {
+    if (!block_) return true;
+    if (block_->form == Form::open) return block_->stored == count_;
+    if (block_->stored > count_) return false;
+    return block_->form == Form::narrow ? Packed<std::uint16_t>{block_}.ok() : Packed<std::uint32_t>{block_}.ok();
+}
+
+}  // namespace kel

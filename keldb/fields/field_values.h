@@ -1,0 +1,122 @@
+// FieldValues: the texts of one record.
+//
+// A loaded record keeps its texts packed in one block of memory, one after the other; a record that was never written
+// to keeps nothing at all. A write, or a request for a value as a String, opens the record up: from then on every value
+// is a String of its own, and the packed block is kept beside them. So a text pointer, once handed out, stays good
+// until that value is written, values are added or removed, or the FieldValues goes.
+//
+//     packed   block_ -> [size | stored | form] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
+//     open     block_ -> [size | stored | form] [kept: the packed block] [String 0, String 1, ...]
+//     blank    block_ is null: every value is empty
+//
+// An end is the offset behind a value's zero byte, counted from the first text: 16 bits wide while the texts fit in
+// 65535 bytes, else 32.
+//
+// Invariants: values from `stored` on are empty; in the open form `stored` equals the count, and no String moves while
+// the count stays; every text is followed by a zero byte.
+// Used from one thread at a time, reading included (reading a value as a String may open the record up).
+#ifndef KELDB_FIELDS_FIELD_VALUES_H
+#define KELDB_FIELDS_FIELD_VALUES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "keldb/support/export.h"
+#include "keldb/support/string.h"
+
+namespace kel {
+
+// Collects the values of one record, to be packed into a FieldValues in one go. Reused from record to record.
+class KELDB_API ValueBuilder {
+public:
+    // Forgets all values and makes room for texts of `bytes` in all, their zero bytes included; returns where to write
+    // the first text.
+    char* start(std::size_t bytes);
+    // The text that began at the last returned place ends before `end` (which lies inside the room); returns where to
+    // write the next one.
+    char* finish_value(char* end) {
+        *end++ = '\0';
+        ends_.push_back(static_cast<std::uint32_t>(end - texts_.data()));  // wraps only beyond any value that is kept
+        return end;
+    }
+    void append(std::string_view text);  // for callers without a place of their own; makes its own room
+
+    std::size_t size() const noexcept { return ends_.size(); }
+    std::string_view text(std::size_t i) const noexcept;
+    void truncate(std::size_t count);  // drops the values from `count` on
+
+private:
+    friend class FieldValues;
+    std::vector<char> texts_;
+    std::vector<std::uint32_t> ends_;
+};
+
+class KELDB_API FieldValues {
+public:
+    explicit FieldValues(unsigned short count = 0) noexcept : count_(count) {}
+    FieldValues(const FieldValues& other);
+    FieldValues(FieldValues&& other) noexcept : block_(other.block_), count_(other.count_) { other.block_ = nullptr; }
+    FieldValues& operator=(FieldValues other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~FieldValues() { drop_block(); }
+    void swap(FieldValues& other) noexcept;
+
+    unsigned short size() const noexcept { return count_; }
+    bool all_empty() const noexcept;
+
+    // In all of these i is below size().
+    std::string_view text(unsigned short i) const noexcept {
+        if (!block_ || i >= block_->stored) return {kNothing, 0};
+        if (block_->form == Form::narrow) {
+            const std::uint16_t* ends = narrow_ends();
+            const std::size_t begin = i ? ends[i - 1] : 0;
+            return {narrow_texts() + begin, ends[i] - begin - 1};
+        }
+        return other_text(i);
+    }
+    const String& string(unsigned short i) const;  // opens the record up; the reference lives like a text pointer
+
+    // Strong: when memory is out nothing has changed. `text` may point into this very object.
+    void set(unsigned short i, std::string_view text);
+    void set(unsigned short i, const String& text);
+
+    void pack(const ValueBuilder& values);  // replaces everything; more than 65535 values are cut to their low 16 bits
+    void clear() noexcept;                  // every value empty, the count stays
+    void resize(unsigned short count);      // drops values at the end (never fails) or adds empty ones (strong)
+    void erase(unsigned short i) noexcept;  // later values move down by one
+
+    const void* address() const noexcept { return block_; }  // where the texts lie, for loops that fetch ahead
+    std::size_t memory() const noexcept;                     // bytes of its blocks, shared texts not counted
+    bool ok() const noexcept;                                // the invariants above
+
+private:
+    enum class Form : std::uint8_t { narrow, wide, open };  // ends of 16 or 32 bits, or Strings
+    struct Block {
+        std::uint32_t size;  // bytes of the block
+        std::uint16_t stored;
+        Form form;
+    };
+    template <class End>
+    struct Packed;  // a packed block read with ends of this width
+    static constexpr const char* kNothing = "";
+
+    const std::uint16_t* narrow_ends() const noexcept { return reinterpret_cast<const std::uint16_t*>(block_ + 1); }
+    const char* narrow_texts() const noexcept { return reinterpret_cast<const char*>(narrow_ends() + block_->stored); }
+    std::string_view other_text(unsigned short i) const noexcept;
+    bool overwrite(unsigned short i, std::string_view text) noexcept;
+    String* strings() const noexcept;
+    Block*& kept() const noexcept;
+    void open_up() const;
+    void drop_block() noexcept;
+
+    mutable Block* block_ = nullptr;
+    unsigned short count_;
+};
+
+}  // namespace kel
+
+#endif

@@ -1,0 +1,3 @@
+#include "keldb/library/version.h"
+
+const char* keldbDllVersionStr() { return KELDB_VERSION ".0"; }

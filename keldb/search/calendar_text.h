@@ -1,0 +1,15 @@
+// The calendar text of a date kept as seconds.
+#ifndef KELDB_SEARCH_CALENDAR_TEXT_H
+#define KELDB_SEARCH_CALENDAR_TEXT_H
+
+#include "keldb/support/string.h"
+
+namespace kel {
+
+// Seconds since 1 January 1970 (UTC) as the C library's ctime writes that instant in local time, whatever the locale:
+// "Thu Jan  1 01:00:00 1970\n", 24 characters and a line feed. The time zone is the process's (TZ) at the call.
+String calendar_text(unsigned seconds);
+
+}  // namespace kel
+
+#endif

@@ -1,0 +1,46 @@
+// The two orders of records, and sorting by them.
+//
+// Both comparisons read the process-wide sort state, which keldb::sortPrepare loads; whoever sorts prepares first and
+// lets no other sort in between. They give a negative, zero or positive number and are strict weak orders over any
+// records, of any field counts.
+//
+// Ascending, tuned to logs: records that are blank all over come last; then key by key, leading white space skipped: an
+// empty value stands after any other and ends the comparison (two empty ones are equal, later keys are not looked at);
+// a timecode key compares its first 8 bytes and what follows byte 8, the separator before the frames, ignoring case;
+// any other key compares
+//     from byte `offset` on, ignoring case, for an offset above 0 or with the plain flag (beyond the end: nothing
+//     left); its last -offset bytes, ignoring case, for an offset below 0 (the whole value when it is shorter); as
+//     strxcmp does, for offset 0.
+// With the plain flag a negative offset compares the whole value.
+//
+// Descending: the values as they stand, ignoring case, negated.
+#ifndef KELDB_SEARCH_RECORD_ORDER_H
+#define KELDB_SEARCH_RECORD_ORDER_H
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+class dbrecord;
+
+namespace kel {
+
+struct SortState {
+    const int* keys = nullptr;  // field numbers, ended by a negative one; null is no key
+    int offset = 0;
+    int plain = 0;
+    int timecode_key = -1;  // the field that gets the timecode rule
+};
+SortState& sort_state() noexcept;
+
+int compare_ascending(const dbrecord& a, const dbrecord& b) noexcept;
+int compare_descending(const dbrecord& a, const dbrecord& b) noexcept;
+
+// The order in which the records stand when sorted: element k is the index of the record that comes k-th. Ascending for
+// a direction of 0 or above, descending below; stable; null records come last. Equal to a stable sort by the comparison
+// above, some ten times as fast. At most 2^32 - 1 records. Needs 52 bytes a record while it runs.
+std::vector<std::uint32_t> sorted_order(std::span<const dbrecord* const> records, int direction);
+
+}  // namespace kel
+
+#endif

@@ -1,0 +1,263 @@
+// Sorting many records: each key is read once into a step of sixteen bytes, steps are sorted as numbers, and only ties
+// go on: to the next key when the steps are exact and ended, else to the next step of the values, and at last to the
+// comparison of records itself. The result is that of a stable sort with it.
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <utility>
+
+#include "keldb/search/key_words.h"
+#include "keldb/search/record_order.h"
+#include "keldb/support/huge_pages.h"
+
+namespace kel {
+namespace {
+
+struct Item {
+    KeyStep step;
+    std::uint32_t row;
+};
+
+constexpr std::ptrdiff_t kFewItems = 8;       // at most so many: insertion by the comparison is as fast
+constexpr std::ptrdiff_t kRadixItems = 1024;  // from here on a radix sort beats comparing numbers
+constexpr std::ptrdiff_t kFetchAhead = 12;
+
+// Sorts by one word of the step, keeping the order of equal ones; `scratch` has room for as many items. Bytes that are
+// equal in all words cost nothing.
+void radix_sort(Item* first, Item* last, std::uint64_t KeyStep::*word, Item* scratch) {
+    std::array<std::array<std::uint32_t, 256>, 8> counts{};
+    for (const Item* item = first; item != last; ++item) {
+        for (unsigned byte = 0; byte < 8; ++byte) ++counts[byte][item->step.*word >> 8 * byte & 0xFF];
+    }
+    const auto size = static_cast<std::uint32_t>(last - first);
+    Item* from = first;
+    Item* to = scratch;
+    for (unsigned byte = 0; byte < 8; ++byte) {
+        std::array<std::uint32_t, 256>& places = counts[byte];
+        if (places[from->step.*word >> 8 * byte & 0xFF] == size) continue;
+        std::uint32_t place = 0;
+        for (std::uint32_t& count : places) place += std::exchange(count, place);
+        for (const Item* item = from; item != from + size; ++item)
+            to[places[item->step.*word >> 8 * byte & 0xFF]++] = *item;
+        std::swap(from, to);
+    }
+    if (from != first) std::copy(from, from + size, first);
+}
+
+// Memory for many items, to be written before it is read.
+template <class T>
+std::unique_ptr<T[]> untouched(std::size_t count) {
+    std::unique_ptr<T[]> memory(new T[count]);
+    prefer_huge_pages(memory.get(), count * sizeof(T));
+    return memory;
+}
+
+// Calls visit(run, end) for each run of more than one item for which same(a, b) holds between neighbours.
+template <class Same, class Visit>
+void each_run(Item* first, Item* last, Same same, Visit visit) {
+    while (first != last) {
+        Item* end = first + 1;
+        while (end != last && same(*first, *end)) ++end;
+        if (end - first > 1) visit(first, end);
+        first = end;
+    }
+}
+
+bool same_step(const Item& a, const Item& b) { return a.step == b.step; }
+bool same_high(const Item& a, const Item& b) { return a.step.high == b.step.high; }
+
+class KeyedSort {
+public:
+    KeyedSort(std::span<const dbrecord* const> records, bool ascending)
+        : records_(records),
+          ascending_(ascending),
+          items_(untouched<Item>(records.size())),
+          scratch_(untouched<Item>(records.size())) {}
+
+    std::vector<std::uint32_t> run() {
+        std::vector<std::uint32_t> order(records_.size());
+        for (std::uint32_t row = 0; row < order.size(); ++row) items_[row].row = row;
+        Item* first = items_.get();
+        Item* last = first + order.size();
+        last = keep_in_front(first, last, [this](Item& item) { return records_[item.row] != nullptr; });
+        const int* key = sort_state().keys;
+        if (key && *key >= 0)
+            sort_by_key(first, last, key);
+        else if (ascending_)
+            blank_ones_last(first, last);
+        std::transform(first, first + order.size(), order.begin(), [](const Item& item) { return item.row; });
+        return order;
+    }
+
+private:
+    const dbrecord& record(const Item& item) const { return *records_[item.row]; }
+    // The descending order takes values as they are, in the manner of an ascending one from byte 0, turned round.
+    std::string_view value(const Item& item, int field) const {
+        return ascending_ ? key_value(record(item), field) : record(item).field_text(static_cast<unsigned>(field));
+    }
+    KeyRule rule(int field) const { return ascending_ ? rule_of(field, sort_state()) : KeyRule{KeyRule::from, 0}; }
+    KeyStep turned(const KeyStep& step) const { return ascending_ ? step : KeyStep{~step.high, ~step.low}; }
+
+    int compare(const Item& a, const Item& b) const {
+        return ascending_ ? compare_ascending(record(a), record(b)) : compare_descending(record(a), record(b));
+    }
+    auto before() const {
+        return [this](const Item& a, const Item& b) { return compare(a, b) < 0; };
+    }
+
+    // Moves the items for which `wanted` holds to the front, each part keeping its order; returns where they end.
+    template <class Wanted>
+    Item* keep_in_front(Item* first, Item* last, Wanted wanted) {
+        Item* front = first;
+        Item* others = scratch_.get();
+        for (Item* item = first; item != last; ++item) *(wanted(*item) ? front : others)++ = *item;
+        std::copy(scratch_.get(), others, front);
+        return front;
+    }
+
+    Item* blank_ones_last(Item* first, Item* last) {
+        return keep_in_front(first, last, [this](Item& item) { return record(item).is_blank() == 0; });
+    }
+
+    // Records lie anywhere in memory: asks for the one that comes soon, and for the texts of one that comes sooner.
+    void fetch_ahead(const Item* item, const Item* last) const {
+        if (last - item <= 2 * kFetchAhead) return;
+        __builtin_prefetch(&record(item[2 * kFetchAhead]));
+        const char* texts = static_cast<const char*>(record(item[kFetchAhead]).values().address());
+        __builtin_prefetch(texts);
+        __builtin_prefetch(texts + 64);
+    }
+
+    // Records with equal values in the keys before; none of them blank but for the first key. In ascending order those
+    // without a value come last and are not looked at further; of them, the blank ones at the very end.
+    void sort_by_key(Item* first, Item* last, const int* key) {
+        if (last - first < 2) return;
+        const KeyRule of_key = rule(*key);
+        bool exact = true;
+        Item* with_value =
+            second_steps_ && key == second_key_ ? take_second_steps(first, last) : read_steps(first, last, key, exact);
+        if (ascending_) blank_ones_last(with_value, last);
+        if (exact)
+            sort_ties(first, with_value, key, of_key, 0, true);
+        else
+            sort_by_step(first, with_value, key, of_key, 0);
+    }
+
+    // Reads the exact steps of a key, and moves the items that have a value to the front. While all records are read in
+    // their order, which memory likes, the next key is read with them.
+    Item* read_steps(Item* first, Item* last, const int* key, bool& exact) {
+        const KeyRule of_key = rule(*key);
+        const bool all = last - first >= kRadixItems && first == items_.get() && key == sort_state().keys;
+        const bool with_second = all && key[1] >= 0;
+        if (with_second) {
+            second_steps_ = untouched<KeyStep>(records_.size());
+            second_key_ = key + 1;
+        }
+        return keep_in_front(first, last, [&](Item& item) {
+            fetch_ahead(&item, last);
+            const std::string_view text = value(item, *key);
+            if (ascending_ && text.empty()) return false;
+            if (exact) exact = take_step(exact_key_step(text, of_key), item.step);
+            if (with_second && second_steps_ && !read_second_step(item, key[1])) second_steps_.reset();
+            return true;
+        });
+    }
+
+    bool take_step(const std::optional<KeyStep>& step, KeyStep& place) const {
+        if (step) place = turned(*step);
+        return step.has_value();
+    }
+
+    bool read_second_step(const Item& item, int field) {
+        return take_step(exact_key_step(value(item, field), rule(field)), second_steps_[item.row]);
+    }
+
+    Item* take_second_steps(Item* first, Item* last) {
+        return keep_in_front(first, last, [this](Item& item) {
+            item.step = second_steps_[item.row];
+            return !ascending_ || !item.step.is_empty();
+        });
+    }
+
+    void sort_by_step(Item* first, Item* last, const int* key, const KeyRule& of_key, unsigned k) {
+        if (last - first <= kFewItems) return insert_all(first, last);
+        for (Item* item = first; item != last; ++item) {
+            fetch_ahead(item, last);
+            item->step = turned(key_step(value(*item, *key), of_key, k));
+        }
+        sort_ties(first, last, key, of_key, k, false);
+    }
+
+    // Sorts items by their steps, and what is equal by what comes next.
+    void sort_ties(Item* first, Item* last, const int* key, const KeyRule& of_key, unsigned k, bool exact) {
+        sort_steps(first, last);
+        each_run(first, last, same_step, [&](Item* run, Item* end) {
+            const bool ended = turned(run->step).is_last();
+            if (ended && exact)
+                next_key(run, end, key);
+            else if (ended)
+                settle(run, end, key, of_key);
+            else if (k + 1 < kKeySteps && !exact)
+                sort_by_step(run, end, key, of_key, k + 1);
+            else if (exact)
+                sort_by_step(run, end, key, of_key, 0);  // the plain encoding, from its start
+            else
+                std::stable_sort(run, end, before());
+        });
+    }
+
+    void next_key(Item* first, Item* last, const int* key) {
+        if (key[1] >= 0) sort_by_key(first, last, key + 1);
+    }
+
+    // A run whose steps ended equal without being exact: most often equal values all the same.
+    void settle(Item* first, Item* last, const int* key, const KeyRule& of_key) {
+        const std::string_view one = value(*first, *key);
+        const bool equal = std::all_of(
+            first + 1, last, [&](const Item& item) { return compare_key(one, value(item, *key), of_key) == 0; });
+        if (equal)
+            next_key(first, last, key);
+        else
+            std::stable_sort(first, last, before());
+    }
+
+    // Items of one run stand in their first order, so the row settles equal steps.
+    void sort_steps(Item* first, Item* last) {
+        sort_word(first, last, &KeyStep::high);
+        each_run(first, last, same_high, [this](Item* run, Item* end) { sort_word(run, end, &KeyStep::low); });
+    }
+
+    void sort_word(Item* first, Item* last, std::uint64_t KeyStep::*word) {
+        if (last - first >= kRadixItems) return radix_sort(first, last, word, scratch_.get());
+        std::sort(first, last, [word](const Item& a, const Item& b) {
+            return a.step.*word != b.step.*word ? a.step.*word < b.step.*word : a.row < b.row;
+        });
+    }
+
+    void insert_all(Item* first, Item* last) const {
+        for (Item* item = first + 1; item < last; ++item) {
+            const Item moving = *item;
+            Item* place = item;
+            for (; place != first && compare(moving, place[-1]) < 0; --place) *place = place[-1];
+            *place = moving;
+        }
+    }
+
+    std::span<const dbrecord* const> records_;
+    bool ascending_;
+    std::unique_ptr<Item[]> items_;
+    std::unique_ptr<Item[]> scratch_;
+
+    // The steps of the second key, by row, read together with the first: null while there are none. All exact.
+    const int* second_key_ = nullptr;
+    std::unique_ptr<KeyStep[]> second_steps_;
+};
+
+}  // namespace
+
+std::vector<std::uint32_t> sorted_order(std::span<const dbrecord* const> records, int direction) {
+    return KeyedSort(records, direction >= 0).run();
+}
+
+}  // namespace kel

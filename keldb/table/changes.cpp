@@ -1,0 +1,36 @@
+// How a table tells that it changed: the changed flags, the modification time, update brackets and their notification.
+
+#include <ctime>
+
+#include "keldb/table/keldb.h"
+
+void keldb::clear_changed() {
+    for (dbrecord* record : records_) record->set_changed(0);
+    changed_ = 0;
+}
+
+void keldb::set_mod_time(int force) {
+    if (force != 0 || tracks_modification_ != 0) last_mod_time_ = static_cast<long long>(std::time(nullptr));
+}
+
+void keldb::beginUpdate() { updates_.begin(); }
+
+void keldb::addToUpdate(const Cookie& id) { updates_.add(id); }
+
+void keldb::endUpdate() {
+    if (!updates_.end()) return;
+    const CookieVec changed = updates_.take();
+    const Qv::Ptr<iObject> payload(new WrappedData<CookieVec>(changed));
+    call(NotifyMsg(payload), NotifyMsgTypeDictionary::instance().intern("recordsChanged"));
+}
+
+bool keldb::update(configb* block, int row) {
+    const dbrecord* record = row < 0 ? nullptr : get_record(static_cast<unsigned>(row));
+    if (!record || record->update(block) == 0) return false;
+    const int field = layout_.find("cookie");
+    if (field >= 0) {
+        const Cookie id(String(record->field_text(static_cast<unsigned>(field))), false);
+        if (id.valid()) updates_.add(id);
+    }
+    return true;
+}

@@ -1,0 +1,96 @@
+#include "keldb/table/field_layout.h"
+
+#include <algorithm>
+
+#include "keldb/fields/well_known_fields.h"
+
+namespace kel {
+
+int FieldLayout::find(std::string_view name) const noexcept {
+    if (name.empty()) return -1;
+    if (!by_name_.empty()) {
+        const auto entry = by_name_.find(name);
+        return entry == by_name_.end() ? -1 : static_cast<int>(entry->second);
+    }
+    for (unsigned i = 0; i < size(); ++i) {
+        if (equal_ignoring_case(names_[i], name)) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+void FieldLayout::reset(unsigned count) {
+    FieldLayout fresh;
+    fresh.names_.resize(count);
+    fresh.types_.resize(count, DBFieldTypes::text);
+    fresh.version_ = version_ + 1;
+    *this = std::move(fresh);
+}
+
+void FieldLayout::compute_range_flags() {
+    range_flags_.assign(size(), false);
+    for (unsigned i = 0; i < size(); ++i) range_flags_[i] = range_pair_of(names_[i]) != nullptr;
+    ++version_;
+}
+
+void FieldLayout::set_type(unsigned field, DBFieldTypes::eType type) {
+    types_[field] = type;
+    ++version_;
+}
+
+// The field's own entry leaves the map; another field with the same name takes it over.
+void FieldLayout::forget(unsigned field) {
+    const auto entry = by_name_.find(names_[field].view());
+    if (entry == by_name_.end() || entry->second != field) return;
+    for (unsigned i = 0; i < size(); ++i) {
+        if (i != field && equal_ignoring_case(names_[i], names_[field])) {
+            entry->second = i;
+            return;
+        }
+    }
+    by_name_.erase(entry);
+}
+
+void FieldLayout::rename(unsigned field, const String& name) {
+    const String held = name;
+    if (!held.empty()) by_name_.try_emplace(held, field);
+    forget(field);
+    names_[field] = held;
+    if (!held.empty()) by_name_.insert_or_assign(held, field);
+    ++version_;
+}
+
+unsigned FieldLayout::add(const String& name, DBFieldTypes::eType type) {
+    const unsigned field = size();
+    names_.reserve(field + 1);
+    types_.reserve(field + 1);
+    range_flags_.reserve(field + 1);
+    if (!name.empty()) by_name_.insert_or_assign(name, field);
+    names_.push_back(name);
+    types_.push_back(type);
+    range_flags_.resize(field);
+    range_flags_.push_back(range_pair_of(name) != nullptr);
+    ++version_;
+    return field;
+}
+
+void FieldLayout::remove(unsigned field) {
+    decltype(by_name_) left;
+    for (unsigned i = 0; i < size(); ++i) {
+        if (i != field && !names_[i].empty()) left.try_emplace(names_[i], i < field ? i : i - 1);
+    }
+    by_name_.swap(left);
+    names_.erase(names_.begin() + field);
+    types_.erase(types_.begin() + field);
+    if (field < range_flags_.size()) range_flags_.erase(range_flags_.begin() + field);
+    ++version_;
+}
+
+bool FieldLayout::ok() const {
+    if (types_.size() != names_.size() || range_flags_.size() > names_.size()) return false;
+    return by_name_.empty() || std::all_of(names_.begin(), names_.end(), [this](const String& name) {
+               const auto entry = by_name_.find(name.view());
+               return name.empty() || (entry != by_name_.end() && equal_ignoring_case(names_[entry->second], name));
+           });
+}
+
+}  // namespace kel

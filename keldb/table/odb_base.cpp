@@ -1,0 +1,3 @@
+#include "keldb/table/odb_base.h"
+
+ODBBase::~ODBBase() = default;

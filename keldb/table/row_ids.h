@@ -1,0 +1,45 @@
+// RowIds: from a record's identifier to its row.
+//
+// Invariants: no stored row has moved since it was stored; each identifier is held once. The map may be incomplete: it
+// is built in full only from empty, and single entries may be put in before that. A hash table over a flat list of
+// entries; equality is that of Cookie::compare.
+#ifndef KELDB_TABLE_ROW_IDS_H
+#define KELDB_TABLE_ROW_IDS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "keldb/support/cookie.h"
+
+namespace kel {
+
+class RowIds {
+public:
+    bool empty() const noexcept { return entries_.empty(); }
+    void clear() noexcept;
+    void reserve(std::size_t count);
+
+    int find(std::string_view id) const noexcept;  // the row, or -1
+    void put(const Cookie& id, int row);           // replaces the row of an identifier that is there
+    void put_first(const Cookie& id, int row);     // leaves it
+    bool ok() const noexcept;
+
+private:
+    struct Entry {
+        Cookie id;
+        int row;
+        std::uint32_t hash;
+    };
+    static constexpr std::uint32_t kFree = UINT32_MAX;
+
+    std::size_t slot_of(std::string_view id, std::uint32_t hash) const noexcept;
+    void add(const Cookie& id, int row, std::uint32_t hash);
+    void grow(std::size_t slots);
+
+    std::vector<Entry> entries_;
+    std::vector<std::uint32_t> slots_;  // index of an entry or kFree; a power of two, at most half of it in use
+};
+
+}  // namespace kel
+
+#endif

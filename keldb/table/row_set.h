@@ -1,0 +1,79 @@
+// RowSet: rows that are about to go, in ascending order, and what becomes of the others.
+//
+// A run of rows is kept as two numbers; scattered rows as one bit for each row of the base, with counts beside them, so
+// that both questions are answered in constant time for any row. Rows at or beyond the base's size are never in the
+// set.
+#ifndef KELDB_TABLE_ROW_SET_H
+#define KELDB_TABLE_ROW_SET_H
+
+#include <bit>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace kel {
+
+class RowSet {
+public:
+    RowSet() = default;  // no row
+    static RowSet run(unsigned first, unsigned count) {
+        RowSet set;
+        set.first_ = first;
+        set.count_ = count;
+        return set;
+    }
+    // Empty, with memory for scattered rows below `size`: add and seal do not fail.
+    static RowSet for_rows_below(unsigned size) {
+        RowSet set;
+        set.bits_.resize(size / 64 + 1);
+        set.before_.resize(size / 64 + 1);
+        set.scattered_ = true;
+        return set;
+    }
+
+    void add(unsigned row) noexcept { bits_[row / 64] |= std::uint64_t{1} << row % 64; }  // twice counts once
+    void seal() noexcept {  // after the last add, before any question
+        unsigned count = 0;
+        for (std::size_t i = 0; i < bits_.size(); ++i) {
+            before_[i] = count;
+            count += static_cast<unsigned>(std::popcount(bits_[i]));
+        }
+        count_ = count;
+    }
+
+    unsigned size() const noexcept { return count_; }
+    bool contains(unsigned row) const noexcept {
+        if (!scattered_) return row - first_ < count_;
+        return row / 64 < bits_.size() && (bits_[row / 64] >> row % 64 & 1) != 0;
+    }
+    unsigned below(unsigned row) const noexcept {  // how many of them lie below the row
+        if (!scattered_) return row <= first_ ? 0 : row - first_ < count_ ? row - first_ : count_;
+        if (row / 64 >= bits_.size()) return count_;
+        const std::uint64_t lower = bits_[row / 64] & ((std::uint64_t{1} << row % 64) - 1);
+        return before_[row / 64] + static_cast<unsigned>(std::popcount(lower));
+    }
+
+    bool is_run() const noexcept { return !scattered_; }
+    unsigned first() const noexcept { return first_; }  // of a run
+
+    // Calls visit(row) for each row, ascending.
+    template <class Visit>
+    void each(Visit visit) const {
+        for (unsigned i = 0; !scattered_ && i < count_; ++i) visit(first_ + i);
+        for (std::size_t word = 0; word < bits_.size(); ++word) {
+            for (std::uint64_t left = bits_[word]; left != 0; left &= left - 1)
+                visit(static_cast<unsigned>(64 * word) + static_cast<unsigned>(std::countr_zero(left)));
+        }
+    }
+
+private:
+    unsigned first_ = 0;
+    unsigned count_ = 0;
+    bool scattered_ = false;
+    std::vector<std::uint64_t> bits_;
+    std::vector<unsigned> before_;  // for each word, the rows in the words before it
+};
+
+}  // namespace kel
+
+#endif
