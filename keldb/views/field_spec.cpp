@@ -1,0 +1,58 @@
+#include "keldb/views/field_spec.h"
+
+#include "keldb/support/log.h"
+#include "keldb/table/odb_base.h"
+
+SExprElt::~SExprElt() = default;
+
+void SExprRef::print(GrowString& out) const { out.append(base_ ? base_->get_fieldname(field_) : "voidref"); }
+
+void SExpr::print(GrowString& out) const {
+    out.append('(');
+    for (std::size_t i = 0; i < elements_.size(); ++i) {
+        if (i > 0) out.append(' ');
+        elements_[i]->print(out);
+    }
+    out.append(')');
+}
+
+namespace kel {
+
+int exact_field(const ODBBase* base, std::string_view name) {
+    const unsigned count = base ? base->get_num_fields() : 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (base->get_fieldname(i) == name) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+std::string identity_field_spec(const ODBBase* base) {
+    std::string names;
+    const unsigned count = base ? base->get_num_fields() : 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (i > 0) names += ',';
+        names += base->get_fieldname(i);
+    }
+    return names;
+}
+
+void FieldSpec::set(const char* text, const ODBBase* base) {
+    FieldSpec parsed;
+    if (text) parsed.text_ = text;
+    parsed.has_text_ = text != nullptr;
+    std::string_view rest = parsed.text_;
+    while (!rest.empty()) {
+        const std::string_view name = rest.substr(0, rest.find_first_of("\t,"));
+        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+        if (name.empty()) continue;
+        const int field = exact_field(base, name);
+        if (field >= 0) {
+            parsed.fields_.append(std::make_unique<SExprRef>(static_cast<unsigned>(field), base));
+        } else {
+            LogPrint("Warning: ODBView::fieldSpec, non-existant fieldname \"%s\".\n", std::string(name).c_str());
+        }
+    }
+    *this = std::move(parsed);
+}
+
+}  // namespace kel

@@ -1,0 +1,117 @@
+#include "keldb/views/row_index.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace kel {
+
+int RowIndex::room_for(int entries) const noexcept {
+    if (entries == 0) return 0;
+    const long long want = std::max(entries, kLeast), room = capacity_;
+    if (room >= want) return static_cast<int>(2 * want >= room ? room : room / 2);
+    return static_cast<int>(std::min<long long>(std::max(2 * room, want), std::numeric_limits<int>::max()));
+}
+
+void RowIndex::move_to(int capacity) {
+    std::unique_ptr<ODBRecRef[]> moved(capacity == 0 ? nullptr : new ODBRecRef[static_cast<std::size_t>(capacity)]);
+    std::copy_n(entries_.get(), std::min(size_, capacity), moved.get());
+    entries_.swap(moved);
+    capacity_ = capacity;
+}
+
+void RowIndex::make_room_for(int entries) {
+    const int room = room_for(entries);
+    if (room != capacity_) move_to(room);
+}
+
+void RowIndex::shrink() noexcept {
+    try {
+        make_room_for(size_);
+    } catch (const std::bad_alloc&) {
+        // the larger array serves as well
+    }
+}
+
+void RowIndex::open_gap(int at, int count) {
+    if (count > std::numeric_limits<int>::max() - size_) throw std::bad_alloc();
+    make_room_for(size_ + count);
+    std::copy_backward(begin() + at, end(), end() + count);
+    size_ += count;
+}
+
+void RowIndex::append(unsigned row) { insert_run(size_, row, 1); }
+
+void RowIndex::insert_run(int at, unsigned first_row, int count) {
+    open_gap(at, count);
+    for (int i = 0; i < count; ++i) begin()[at + i] = {first_row + static_cast<unsigned>(i), false};
+}
+
+void RowIndex::insert_rows(int at, std::span<const unsigned> rows) {
+    if (rows.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_alloc();
+    open_gap(at, static_cast<int>(rows.size()));
+    std::transform(rows.begin(), rows.end(), begin() + at, [](unsigned row) { return ODBRecRef{row, false}; });
+}
+
+void RowIndex::assign(std::vector<ODBRecRef> entries) {
+    RowIndex fresh;
+    fresh.open_gap(0, static_cast<int>(entries.size()));
+    std::copy(entries.begin(), entries.end(), fresh.begin());
+    entries_.swap(fresh.entries_);
+    size_ = fresh.size_;
+    capacity_ = fresh.capacity_;
+}
+
+void RowIndex::erase(int first, int count) noexcept {
+    std::copy(begin() + first + count, end(), begin() + first);
+    size_ -= count;
+    shrink();
+}
+
+void RowIndex::erase(const RowSet& positions) noexcept {
+    if (positions.is_run()) return erase(static_cast<int>(positions.first()), static_cast<int>(positions.size()));
+    ODBRecRef* kept = begin();
+    unsigned position = 0;
+    for (const ODBRecRef& entry : *this) {
+        if (!positions.contains(position++)) *kept++ = entry;
+    }
+    size_ = static_cast<int>(kept - begin());
+    shrink();
+}
+
+void RowIndex::clear() noexcept {
+    entries_.reset();
+    size_ = capacity_ = 0;
+}
+
+void RowIndex::drop(const RowSet& gone, LostEntries& lost) noexcept {
+    ODBRecRef* kept = begin();
+    unsigned position = 0;
+    for (const ODBRecRef& entry : *this) {
+        if (gone.contains(entry.row))
+            lost.note(entry.row, position);
+        else
+            *kept++ = {entry.row - gone.below(entry.row), entry.tag};
+        ++position;
+    }
+    if (kept == end()) return;
+    size_ = static_cast<int>(kept - begin());
+    shrink();
+}
+
+void RowIndex::move_rows_up(int from, unsigned count) noexcept {
+    std::for_each(begin() + from, end(), [count](ODBRecRef& entry) { entry.row += count; });
+}
+
+void RowIndex::reorder(std::span<const std::uint32_t> order) {
+    std::vector<ODBRecRef> sorted(order.size());
+    std::transform(order.begin(), order.end(), sorted.begin(), [this](std::uint32_t from) { return entries_[from]; });
+    std::copy(sorted.begin(), sorted.end(), begin());
+}
+
+bool RowIndex::ok() const noexcept {
+    return size_ >= 0 && size_ <= capacity_ && (capacity_ == 0 || capacity_ >= kLeast) &&
+           (capacity_ == 0) == (entries_ == nullptr);
+}
+
+}  // namespace kel
