@@ -1,0 +1,61 @@
+// Writing containers.
+
+#include <unistd.h>
+
+#include "keldb/container/qv_container_file.h"
+#include "keldb/support/conversions.h"
+#include "keldb/support/log.h"
+#include "keldb/support/paths.h"
+#include "keldb/support/platform.h"
+
+namespace QVContainerFile {
+namespace {
+
+void report(const char* what, const WString& path) {
+    LogPrint("QVContainerFile::Writer::save: %s %s\n", toUTF8(path).c_str(), what);
+}
+
+}  // namespace
+
+void Writer::Item::setAttrib(unsigned index, const String& value) {
+    if (record_ && index < record_->get_num_fields()) record_->set_field(static_cast<int>(index), value.view(), true);
+}
+
+void Writer::Item::setAttrib(unsigned index, int value) {
+    if (record_ && index < record_->get_num_fields()) record_->set_field(static_cast<int>(index), value);
+}
+
+void Writer::Item::setAttrib(unsigned index, double value) {
+    if (record_ && index < record_->get_num_fields()) record_->set_field(static_cast<int>(index), value);
+}
+
+Writer::Writer(DBFieldDesc* fields) : table_(fields), cookie_field_(table_.get_fieldnum("Cookie")) {}
+
+Writer::Item Writer::addItem(const Cookie& id) {
+    if (!id.valid()) return Item(nullptr);
+    const int row = table_.add_records(1);
+    dbrecord* record = table_.get_record(static_cast<unsigned>(row));
+    if (cookie_field_ >= 0) record->set_field(cookie_field_, id.asString(true).view(), true);
+    return Item(record);
+}
+
+void Writer::setAttrib(const String& name, const String& value) { table_.add_param(name.c_str(), value.c_str()); }
+
+void Writer::setPermanent(bool permanent) { setAttrib("Permanent", BoolAsString(permanent)); }
+
+void Writer::save(const WString& path) {
+    if (fileExists(path)) return replace(path);
+    table_.set_filename(path);
+    if (!table_.saveWholeText(path)) report("is not written", path);
+}
+
+// The old file goes only once the new one stands complete beside it.
+void Writer::replace(const WString& path) {
+    const WString temporary = path + WString(L".tmp");
+    table_.set_filename(temporary);
+    if (OS().access(toUTF8(path).c_str(), W_OK) != 0) return report("may not be written", path);
+    if (!table_.saveWholeText(path)) return report("is not written", temporary);
+    if (!OS().remove(path) || !OS().move(temporary, path, 0)) report("is not replaced", path);
+}
+
+}  // namespace QVContainerFile
