@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -20,6 +21,14 @@ dbrecord& dbrecord::operator=(const dbrecord& other) {
     values_.resize(other.values_.size());
     for (unsigned short i = 0; i < values_.size(); ++i) set_field(i, other.values_.text(i), true);
     return *this;
+}
+
+dbrecord* dbrecord::make_packed(const kel::ValueBuilder& values) {
+    static_assert(sizeof(dbrecord) % alignof(std::uint64_t) == 0);
+    void* memory = ::operator new(sizeof(dbrecord) + kel::FieldValues::packed_size(values));
+    dbrecord* record = new (memory) dbrecord(static_cast<unsigned short>(0));
+    record->values_.pack_into(record + 1, values);
+    return record;
 }
 
 const String& dbrecord::getField(unsigned short i) const {

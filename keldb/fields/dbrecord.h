@@ -10,6 +10,8 @@
 #ifndef KELDB_FIELDS_DBRECORD_H
 #define KELDB_FIELDS_DBRECORD_H
 
+#include <cstddef>
+#include <new>
 #include <string_view>
 
 #include "keldb/fields/field_values.h"
@@ -115,6 +117,12 @@ public:
     int write(TextFile& file) const;
 
     const kel::FieldValues& values() const noexcept { return values_; }
+
+    // A record and the packed block of its values in one allocation; deleted like any other.
+    static dbrecord* make_packed(const kel::ValueBuilder& values);
+    static void* operator new(std::size_t bytes) { return ::operator new(bytes); }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* record) noexcept { ::operator delete(record); }  // of any size
 
 private:
     friend class keldb;

@@ -43,15 +43,14 @@ struct FieldValues::Packed {
     std::string_view text(unsigned i) const { return {texts() + begin(i), ends()[i] - begin(i) - 1}; }
     char* place(unsigned i) const { return texts() + begin(i); }
 
-    static Block* make(const std::uint32_t* ends, std::uint16_t count, const char* texts, Form form) {
-        const std::size_t bytes = ends[count - 1];
-        const std::size_t size = sizeof(Block) + count * sizeof(End) + bytes;
-        Block* block = static_cast<Block*>(::operator new(size));
-        *block = {static_cast<std::uint32_t>(size), count, form};
-        const Packed packed{block};
-        for (unsigned i = 0; i < count; ++i) packed.ends()[i] = static_cast<End>(ends[i]);
-        std::memcpy(packed.texts(), texts, bytes);
-        return block;
+    static std::size_t size_for(const ValueBuilder& values, std::uint16_t count) {
+        return sizeof(Block) + count * sizeof(End) + values.ends_[count - 1U];
+    }
+
+    void fill(const ValueBuilder& values, std::uint16_t count, Form form, bool embedded) const {
+        *block = {static_cast<std::uint32_t>(size_for(values, count)), count, form, embedded};
+        for (unsigned i = 0; i < count; ++i) ends()[i] = static_cast<End>(values.ends_[i]);
+        std::memcpy(texts(), values.texts_.data(), values.ends_[count - 1U]);
     }
 
     void drop_from(unsigned short count) const {
@@ -83,6 +82,7 @@ FieldValues::FieldValues(const FieldValues& other) : count_(other.count_) {
     if (other.block_->form != Form::open) {
         block_ = static_cast<Block*>(::operator new(other.block_->size));
         std::memcpy(block_, other.block_, other.block_->size);
+        block_->embedded = false;
         return;
     }
     open_up();
@@ -135,17 +135,37 @@ bool FieldValues::overwrite(unsigned short i, std::string_view new_text) noexcep
     return true;
 }
 
-void FieldValues::pack(const ValueBuilder& values) {
+std::size_t FieldValues::packed_size(const ValueBuilder& values) noexcept {
     const auto count = static_cast<std::uint16_t>(values.size());
-    Block* block = nullptr;
-    if (count != 0 && values.ends_[count - 1U] != count) {
-        const bool narrow = values.ends_[count - 1U] <= UINT16_MAX;
-        block = narrow ? Packed<std::uint16_t>::make(values.ends_.data(), count, values.texts_.data(), Form::narrow)
-                       : Packed<std::uint32_t>::make(values.ends_.data(), count, values.texts_.data(), Form::wide);
+    if (count == 0 || values.ends_[count - 1U] == count) return 0;
+    const bool narrow = values.ends_[count - 1U] <= UINT16_MAX;
+    return narrow ? Packed<std::uint16_t>::size_for(values, count) : Packed<std::uint32_t>::size_for(values, count);
+}
+
+void FieldValues::fill_block(Block* block, const ValueBuilder& values, bool embedded) noexcept {
+    const auto count = static_cast<std::uint16_t>(values.size());
+    if (values.ends_[count - 1U] <= UINT16_MAX) {
+        Packed<std::uint16_t>{block}.fill(values, count, Form::narrow, embedded);
+    } else {
+        Packed<std::uint32_t>{block}.fill(values, count, Form::wide, embedded);
     }
+}
+
+void FieldValues::pack_into(void* memory, const ValueBuilder& values) noexcept {
+    drop_block();
+    count_ = static_cast<std::uint16_t>(values.size());
+    if (packed_size(values) == 0) return;
+    block_ = static_cast<Block*>(memory);
+    fill_block(block_, values, true);
+}
+
+void FieldValues::pack(const ValueBuilder& values) {
+    const std::size_t size = packed_size(values);
+    Block* block = size == 0 ? nullptr : static_cast<Block*>(::operator new(size));
+    if (block) fill_block(block, values, false);
     drop_block();
     block_ = block;
-    count_ = count;
+    count_ = static_cast<std::uint16_t>(values.size());
 }
 
 void FieldValues::clear() noexcept { drop_block(); }
@@ -213,7 +233,7 @@ void FieldValues::open_up() const {
     }
     Block* packed = block_;
     block_ = static_cast<Block*>(std::exchange(memory.block, nullptr));
-    *block_ = {static_cast<std::uint32_t>(size), count_, Form::open};
+    *block_ = {static_cast<std::uint32_t>(size), count_, Form::open, false};
     kept() = packed;
 }
 
@@ -221,10 +241,14 @@ void FieldValues::drop_block() noexcept {
     if (!block_) return;
     if (block_->form == Form::open) {
         std::destroy_n(strings(), block_->stored);
-        ::operator delete(kept());
+        free_block(kept());
     }
-    ::operator delete(block_);
+    free_block(block_);
     block_ = nullptr;
+}
+
+void FieldValues::free_block(Block* block) noexcept {
+    if (block && !block->embedded) ::operator delete(block);
 }
 
 std::size_t FieldValues::memory() const noexcept {

@@ -5,12 +5,16 @@
 // is a String of its own, and the packed block is kept beside them. So a text pointer, once handed out, stays good
 // until that value is written, values are added or removed, or the FieldValues goes.
 //
-//     packed   block_ -> [size | stored | form] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
-//     open     block_ -> [size | stored | form] [kept: the packed block] [String 0, String 1, ...]
+//     packed   block_ -> [size stored form] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
+//     open     block_ -> [size stored form] [kept: the packed block] [String 0, String 1, ...]
 //     blank    block_ is null: every value is empty
 //
 // An end is the offset behind a value's zero byte, counted from the first text: 16 bits wide while the texts fit in
 // 65535 bytes, else 32.
+//
+// A packed block may lie in memory that somebody else frees, right behind the record that it belongs to (embedded): a
+// loaded record is one allocation. Such a FieldValues does not outlive that memory; copies of it have blocks of their
+// own.
 //
 // Invariants: values from `stored` on are empty; in the open form `stored` equals the count, and no String moves while
 // the count stays; every text is followed by a zero byte.
@@ -85,6 +89,10 @@ public:
     void set(unsigned short i, const String& text);
 
     void pack(const ValueBuilder& values);  // replaces everything; more than 65535 values are cut to their low 16 bits
+    // The same in two steps, for who brings the memory: how many bytes a packed block takes (0: none is needed), and
+    // the packing into that many bytes, aligned to 8.
+    static std::size_t packed_size(const ValueBuilder& values) noexcept;
+    void pack_into(void* memory, const ValueBuilder& values) noexcept;
     void clear() noexcept;                  // every value empty, the count stays
     void resize(unsigned short count);      // drops values at the end (never fails) or adds empty ones (strong)
     void erase(unsigned short i) noexcept;  // later values move down by one
@@ -99,6 +107,7 @@ private:
         std::uint32_t size;  // bytes of the block
         std::uint16_t stored;
         Form form;
+        bool embedded;
     };
     template <class End>
     struct Packed;  // a packed block read with ends of this width
@@ -112,6 +121,8 @@ private:
     Block*& kept() const noexcept;
     void open_up() const;
     void drop_block() noexcept;
+    static void free_block(Block* block) noexcept;
+    static void fill_block(Block* block, const ValueBuilder& values, bool embedded) noexcept;
 
     mutable Block* block_ = nullptr;
     unsigned short count_;

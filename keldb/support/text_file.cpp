@@ -8,12 +8,13 @@
 #include <memory>
 
 #include "keldb/support/atomic_file.h"
+#include "keldb/support/byte_order_mark.h"
 #include "keldb/support/huge_pages.h"
 #include "keldb/support/platform.h"
+#include "keldb/support/read_window.h"
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kPiece = std::size_t{64} << 10;
 constexpr std::size_t kMostReserved = std::size_t{1} << 30;  // a size is a hint; beyond this the text grows as it comes
 
@@ -40,6 +41,11 @@ std::size_t expected_size(int file) {
     return known ? std::min(static_cast<std::size_t>(about.st_size), kMostReserved) : 0;
 }
 
+std::unique_ptr<kel::AtomicFile> atomic_file(const WString& path, const WString& mode_like) {
+    const String name = toUTF8(path), like = toUTF8(mode_like);
+    return std::make_unique<kel::AtomicFile>(std::string(name.view()), std::string(like.view()));
+}
+
 // Takes out each CR that stands before a LF, in place. The first `clean` bytes hold no CR.
 void join_line_ends(std::string& text, std::size_t clean) {
     char* const end = text.data() + text.size();
@@ -60,6 +66,11 @@ void join_line_ends(std::string& text, std::size_t clean) {
 }
 
 }  // namespace
+
+TextFile::TextFile() noexcept = default;
+TextFile::TextFile(TextFile&&) noexcept = default;
+TextFile& TextFile::operator=(TextFile&&) noexcept = default;
+TextFile::~TextFile() = default;
 
 TextFile TextFile::fromBytes(std::string_view bytes) {
     TextFile file;
@@ -82,6 +93,23 @@ bool TextFile::load(const WString& path, char /*separator*/, bool /*reserved*/) 
     *this = std::move(loaded);
     return true;
 }
+
+bool TextFile::loadLineByLine(const WString& path) {
+    *this = TextFile();
+    const String name = toUTF8(path);
+    if (name.view().find('\0') != std::string_view::npos) {
+        return false;
+    }
+    window_ = std::make_unique<kel::ReadWindow>(name.c_str());
+    if (window_->failed()) {
+        window_.reset();
+    }
+    return window_ != nullptr;
+}
+
+bool TextFile::readFailed() const noexcept { return window_ && window_->failed(); }
+
+bool TextFile::window_at_end() { return window_->at_end(); }
 
 // Each piece is searched for a CR while it is at hand: most files have none and need no second pass.
 bool TextFile::read_all(int file) {
@@ -107,8 +135,8 @@ bool TextFile::read_all(int file) {
 // Makes bytes as they come from a file into lines.
 void TextFile::tidy(std::size_t clean) {
     join_line_ends(text_, clean);
-    if (text_.starts_with(kByteOrderMark)) {
-        text_.erase(0, kByteOrderMark.size());
+    if (text_.starts_with(kel::kByteOrderMark)) {
+        text_.erase(0, kel::kByteOrderMark.size());
     }
     if (!text_.empty() && text_.back() != '\n') {
         text_.push_back('\n');
@@ -143,9 +171,14 @@ std::string_view TextFile::line(std::size_t line) const {
 
 String TextFile::operator[](std::size_t line) const { return String(this->line(line)); }
 
-std::string_view TextFile::nextLine() noexcept {
+std::string_view TextFile::nextLine() {
     if (atEnd()) {
         return {};
+    }
+    if (window_) {
+        const std::string_view line = window_->next_line();
+        ++nextNumber_;
+        return line;
     }
     const std::string_view rest = std::string_view(text_).substr(next_);
     const std::string_view line = rest.substr(0, rest.find('\n'));
@@ -168,7 +201,22 @@ void TextFile::appendLine(std::string_view line) {
 bool TextFile::save(const WString& path, int /*style*/) const { return saveLike(path, WString()); }
 
 bool TextFile::saveLike(const WString& path, const WString& modeLike) const {
-    const String name = toUTF8(path), like = toUTF8(modeLike);
-    kel::AtomicFile file{std::string(name.view()), std::string(like.view())};
-    return file.open() && file.write(text_) && file.commit();
+    const std::unique_ptr<kel::AtomicFile> file = atomic_file(path, modeLike);
+    return file->open() && file->write(text_) && file->commit();
+}
+
+// What cannot be opened or written is remembered by the file itself, which takes no more then.
+void TextFile::startSaving(const WString& path, const WString& modeLike) {
+    saving_ = atomic_file(path, modeLike);
+    saving_->open();
+}
+
+void TextFile::hand_down() {
+    saving_->write(text_);
+    text_.clear();
+}
+
+bool TextFile::finishSaving() {
+    const std::unique_ptr<kel::AtomicFile> file = std::move(saving_);
+    return file && file->write(text_) && file->commit();
 }

@@ -10,6 +10,7 @@
 #define KELDB_SUPPORT_TEXT_FILE_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,9 +19,17 @@
 #include "keldb/support/string.h"
 #include "keldb/support/wstring.h"
 
+namespace kel {
+class AtomicFile;
+class ReadWindow;
+}  // namespace kel
+
 class KELDB_API TextFile {
 public:
-    TextFile() = default;
+    TextFile() noexcept;
+    TextFile(TextFile&&) noexcept;
+    TextFile& operator=(TextFile&&) noexcept;
+    ~TextFile();
     static TextFile fromBytes(std::string_view bytes);  // the lines that a file of these bytes would load as
 
     // Replaces the lines by those of the file and goes to the first. `separator` is '\n' and the last argument false in
@@ -28,18 +37,27 @@ public:
     // read half-way. Pipes and devices are read to their end.
     bool load(const WString& path, char separator, bool reserved);
 
+    // The same for who reads the lines once and in order: only nextLine, getLine, atEnd and lineNumber give them, and
+    // the file is held a small part at a time. A line lives until the next one is asked for, or atEnd. A read that
+    // fails half-way looks like the end of the file; then readFailed() is true.
+    bool loadLineByLine(const WString& path);
+    bool readFailed() const noexcept;
+
     std::size_t numLines() const;
     String operator[](std::size_t line) const;      // empty past the last
     std::string_view line(std::size_t line) const;  // the same without a copy
-    std::string_view nextLine() noexcept;           // the next line, advancing; empty at the end
+    std::string_view nextLine();                    // the next line, advancing; empty at the end
     String getLine() { return String(nextLine()); }
-    bool atEnd() const noexcept { return next_ >= text_.size(); }
+    bool atEnd() { return window_ ? window_at_end() : next_ >= text_.size(); }
     std::size_t lineNumber() const noexcept { return nextNumber_; }  // 0-based number of the line nextLine gives next
 
     void appendLine(std::string_view line);  // a LF inside it ends a line there
     // The text of all lines so far, for writers that form a line in place: they append its bytes, then call endLine.
     std::string& openLine() noexcept { return text_; }
-    void endLine() { text_.push_back('\n'); }
+    void endLine() {
+        text_.push_back('\n');
+        if (saving_ && text_.size() >= kPieceBytes) hand_down();
+    }
 
     // Writes all lines to the file, each ended by LF. `style` is 1 in every call. True on success.
     //
@@ -55,9 +73,18 @@ public:
     // The same, with the mode of another file, when that stands.
     bool saveLike(const WString& path, const WString& modeLike) const;
 
-    const std::string& bytes() const noexcept { return text_; }  // every line with its LF
+    // saveLike in two steps, for who forms many lines: between them, lines are appended, and handed down to the new
+    // file in large pieces instead of being held. Returns what save returns.
+    void startSaving(const WString& path, const WString& modeLike);
+    bool finishSaving();
+
+    const std::string& bytes() const noexcept { return text_; }  // every line held, with its LF
 
 private:
+    static constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
+
+    bool window_at_end();
+    void hand_down();
     bool read_all(int file);
     void tidy(std::size_t clean);
     void index_lines() const;
@@ -65,7 +92,9 @@ private:
     std::string text_;      // every line followed by LF
     std::size_t next_ = 0;  // where nextLine reads
     std::size_t nextNumber_ = 0;
-    mutable std::vector<std::size_t> ends_;  // for each line, where the next one starts; made on demand
+    mutable std::vector<std::size_t> ends_;    // for each line, where the next one starts; made on demand
+    std::unique_ptr<kel::ReadWindow> window_;  // while reading line by line
+    std::unique_ptr<kel::AtomicFile> saving_;  // between startSaving and finishSaving
 };
 
 #endif

@@ -16,11 +16,11 @@ void keldb::loadFromFile(int maxRecords, bool /*flag*/, LoadReport* report) {
     try {
         free();
         TextFile file;
-        if (file.load(file_name_, '\n', false)) {
-            kel::TableReader(*this, file, report).load(file_name_.endsWith(L".csv"), maxRecords);
-        } else if (report) {
-            report->findings.push_back({.kind = LoadFinding::Kind::unreadable});
-        }
+        // A report looks behind the line that ended the load, so it wants all lines at hand.
+        const bool opened = report ? file.load(file_name_, '\n', false) : file.loadLineByLine(file_name_);
+        if (opened) kel::TableReader(*this, file, report).load(file_name_.endsWith(L".csv"), maxRecords);
+        if (file.readFailed()) free();  // as if it could not have been opened
+        if (!opened && report) report->findings.push_back({.kind = LoadFinding::Kind::unreadable});
     } catch (...) {
         valid_ = 0;
         if (report) report->end = LoadReport::End::out_of_memory;

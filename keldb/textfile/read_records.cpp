@@ -79,8 +79,7 @@ bool TableReader::fits_table(int records) {
 }
 
 void TableReader::append_record() {
-    auto record = std::make_unique<dbrecord>(static_cast<unsigned short>(0));
-    record->values_.pack(values_);
+    std::unique_ptr<dbrecord> record(dbrecord::make_packed(values_));
     record->values_.resize(static_cast<unsigned short>(table_.layout_.size()));
     record->set_container(&table_);
     record->set_changed(appending_ ? 1 : 0);

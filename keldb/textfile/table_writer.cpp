@@ -37,9 +37,6 @@ void store_tag(dbrecord& record, int field) {
 }
 
 void write_all(const kel::RecordArray& records, int tag_field, TextFile& file) {
-    std::size_t expected = 0;
-    for (const dbrecord* record : records) expected += record->values().memory() + 1;
-    file.openLine().reserve(file.openLine().size() + expected);
     for (dbrecord* record : records) {
         store_tag(*record, tag_field);
         record->write(file);
@@ -93,18 +90,20 @@ int keldb::save_text() { return saveWholeText(WString()) ? static_cast<int>(reco
 
 bool keldb::saveWholeText(const WString& modeLike) {
     TextFile file;
+    file.startSaving(file_name_, modeLike);
     save_params(file);
     save_column_header(file, false);
     write_all(records_, layout_.find("Tag"), file);
-    return file.saveLike(file_name_, modeLike);
+    return file.finishSaving();
 }
 
 int keldb::save_text_without_header() {
     TextFile file;
+    file.startSaving(file_name_, WString());
     save_params(file);
     save_column_header(file, true);
     write_all(records_, layout_.find("Tag"), file);
-    return file.save(file_name_, 1) ? static_cast<int>(records_.size()) : 0;
+    return file.finishSaving() ? static_cast<int>(records_.size()) : 0;
 }
 
 int keldb::save_tags() {
