@@ -46,10 +46,14 @@ public:
     void setName(const String& name) { setAttrib("Name", name); }
     void setPermanent(bool permanent);
 
-    // Writes the container. Where a file stands at `path`, the new one is first written to `path` + ".tmp"; only then
-    // the old file is removed and the new one moved to its place, so that at every instant a complete container stands
-    // at `path` or at `path` + ".tmp". The new file keeps the old one's mode. Failures are logged, not returned: when
-    // the new file cannot be written the old one stays untouched; when the move fails the new one stays at ".tmp".
+    // Writes the container. Where a file stands at `path`, the new one is first written to `path` + ".tmp", with the
+    // old one's mode; only then the old file is removed and the new one moved to its place, so that at every instant a
+    // complete container stands at `path` or at `path` + ".tmp". A symbolic link at `path` is itself replaced, and the
+    // file that it named stays as it was.
+    //
+    // Failures are logged, not returned. The old file stays untouched when it may not be written, when something else
+    // than a regular file stands there, and when the new one cannot be written. When the old file cannot be removed, or
+    // the new one not moved, the new one stays at ".tmp".
     void save(const WString& path);
 
 private:

@@ -1,5 +1,6 @@
 // Writing containers.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "keldb/container/qv_container_file.h"
@@ -13,6 +14,13 @@ namespace {
 
 void report(const char* what, const WString& path) {
     LogPrint("QVContainerFile::Writer::save: %s %s\n", toUTF8(path).c_str(), what);
+}
+
+// A link there would lead the new file elsewhere, perhaps to the very file that it replaces.
+void take_away_link(const WString& path) {
+    const String bytes = toUTF8(path);
+    char target;
+    if (OS().readLink(bytes.c_str(), &target, 1) >= 0) OS().unlink(bytes.c_str());
 }
 
 }  // namespace
@@ -51,9 +59,13 @@ void Writer::save(const WString& path) {
 
 // The old file goes only once the new one stands complete beside it.
 void Writer::replace(const WString& path) {
+    const String bytes = toUTF8(path);
+    struct ::stat about {};
+    if (OS().stat(bytes.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) return report("is no regular file", path);
+    if (OS().access(bytes.c_str(), W_OK) != 0) return report("may not be written", path);
     const WString temporary = path + WString(L".tmp");
+    take_away_link(temporary);
     table_.set_filename(temporary);
-    if (OS().access(toUTF8(path).c_str(), W_OK) != 0) return report("may not be written", path);
     if (!table_.saveWholeText(path)) return report("is not written", temporary);
     if (!OS().remove(path) || !OS().move(temporary, path, 0)) report("is not replaced", path);
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <string>
+#include <unordered_set>
 
 #include "keldb/fieldmap/map_text.h"
 #include "keldb/support/ascii.h"
@@ -11,20 +13,47 @@
 
 FieldMap::FieldMap(keldb& table) { setSourceDb(ODBView(&table)); }
 
+namespace {
+
+std::string folded_name(std::string_view name) {
+    std::string text(name);
+    std::transform(text.begin(), text.end(), text.begin(), kel::to_lower);
+    return text;
+}
+
+}  // namespace
+
+// Appends many names as `append` does one; a wide table has tens of thousands.
+class FieldMap::Appender {
+public:
+    explicit Appender(FieldMap& map) : map_(map) {
+        for (const Entry& entry : map_.entries_) known_.insert(folded_name(entry.name));
+    }
+    void append(const char* name, bool visible) {
+        const bool full = map_.size() == std::numeric_limits<unsigned short>::max();
+        if (!full && known_.insert(folded_name(name)).second) map_.entries_.push_back({name, visible});
+    }
+
+private:
+    FieldMap& map_;
+    std::unordered_set<std::string> known_;
+};
+
 void FieldMap::setSourceDb(const ODBView& view) {
     source_ = view;
     if (!source_) return;
+    Appender appender(*this);
     const char* stored = source_->get_param_val(kParameter);
-    append_stored(stored ? stored : "");
+    for (const int number : kel::read_map(stored ? stored : ""))
+        appender.append(field_name(static_cast<unsigned>(std::abs(number) - 1)), number > 0);
     if (!entries_.empty()) return;
-    for (unsigned i = 0; i < source_->get_num_fields(); ++i) append(source_->get_fieldname(i), true);
+    for (unsigned i = 0; i < source_->get_num_fields(); ++i) appender.append(field_name(i), true);
 }
 
-void FieldMap::append_stored(std::string_view text) {
-    for (const int number : kel::read_map(text)) {
-        const char* name = source_->get_fieldname(static_cast<unsigned>(std::abs(number) - 1));
-        append(name, number > 0);
-    }
+// Never null: a source that is detached has no fields.
+const char* FieldMap::field_name(unsigned field) const {
+    const char* name = source_->get_fieldname(field);
+    return name ? name : "";
 }
 
 String FieldMap::asString() const {

@@ -69,7 +69,8 @@ private:
     Entry& at(int position) { return entries_[static_cast<std::size_t>(position)]; }
     const Entry& at(int position) const { return entries_[static_cast<std::size_t>(position)]; }
     int getFieldIdx(const String& name) const;  // the first position with that name; -1
-    void append_stored(std::string_view text);
+    const char* field_name(unsigned field) const;
+    class Appender;
 
     std::vector<Entry> entries_;
     ODBView source_;

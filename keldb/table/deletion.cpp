@@ -62,6 +62,12 @@ bool Deletion::foreign_listeners(const Notifier& announcer) {
     return false;
 }
 
+bool Deletion::followed(const Notifier& announcer) {
+    const auto callbacks = announcer.callbacks(records_deleted_type());
+    return std::any_of(callbacks.begin(), callbacks.end(),
+                       [](const auto& c) { return as_follower(c.get()) != nullptr; });
+}
+
 // One follower in the deletion, and those above it.
 struct Deletion::Node {
     Node(FollowerCallback& callback, bool announced) : callback_(&callback), follower_(&callback.follower()) {

@@ -3,10 +3,12 @@
 #include "keldb/table/keldb.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 #include "keldb/fields/field_name.h"
 #include "keldb/fields/well_known_fields.h"
+#include "keldb/table/deletion.h"
 
 keldb::keldb() = default;
 

@@ -108,10 +108,11 @@ int keldb::save_text_without_header() {
 
 int keldb::save_tags() {
     TextFile file;
+    file.startSaving(file_name_, WString());
     save_params(file);
     save_column_header(file, false);
     for (const dbrecord* record : records_) {
         if (record->get_tag() != 0) record->write(file);
     }
-    return file.save(file_name_, 1) ? 1 : 0;
+    return file.finishSaving() ? 1 : 0;
 }

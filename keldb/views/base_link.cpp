@@ -22,9 +22,7 @@ private:
 
 }  // namespace
 
-keldb* BaseLink::table() const noexcept {
-    return base_view_ ? base_view_->odb() : table_;
-}
+keldb* BaseLink::table() const noexcept { return base_view_ ? base_view_->odb() : table_; }
 
 ODBBase* BaseLink::immediate() const noexcept {
     if (base_view_) return base_view_;

@@ -143,9 +143,7 @@ void ODBViewRep::buildIndex() {
     index_.assign(std::move(entries));
 }
 
-bool ODBViewRep::ok() const {
-    return index_.ok() && (!baseView() || baseView()->refs() > 0) && (db() || size() == 0);
-}
+bool ODBViewRep::ok() const { return index_.ok() && (!baseView() || baseView()->refs() > 0) && (db() || size() == 0); }
 
 // --- Handles ---
 

@@ -7,6 +7,7 @@
 #include "keldb/support/watchdog.h"
 #include "keldb/table/keldb.h"
 #include "keldb/table/row_ids.h"
+#include "keldb/views/held_view.h"
 #include "keldb/views/odb_view.h"
 
 int ODBViewRep::displayRecordsAt(int row, int count, int at) {
@@ -17,6 +18,7 @@ int ODBViewRep::displayRecordsAt(int row, int count, int at) {
 
 void ODBViewRep::displayAllRecords() {
     if (!db()) return;
+    const kel::HeldView held(this);
     remove(0, size());
     if (!db()) return;  // a listener detached the view
     const auto most = static_cast<unsigned>(std::numeric_limits<int>::max());

@@ -19,6 +19,7 @@ void append_head(TextFile& file, ODBViewRep& view) {
 int ODBViewRep::saveAsText(const WString& fileName, bool headerOnly) {
     if (!odb() || fileName.empty()) return 0;
     TextFile file;
+    file.startSaving(fileName, WString());
     append_head(file, *this);
     const int tag_field = get_fieldnum("Tag");
     int written = 0;
@@ -30,7 +31,7 @@ int ODBViewRep::saveAsText(const WString& fileName, bool headerOnly) {
         copy.write(file);
         ++written;
     }
-    return file.save(fileName, 1) ? written : 0;
+    return file.finishSaving() ? written : 0;
 }
 
 int ODBViewRep::saveAsText(const char* fileName, bool headerOnly) {
@@ -40,12 +41,13 @@ int ODBViewRep::saveAsText(const char* fileName, bool headerOnly) {
 int ODBViewRep::saveOnlyTagged(const WString& fileName) {
     if (!odb() || fileName.empty()) return 0;
     TextFile file;
+    file.startSaving(fileName, WString());
     append_head(file, *this);
     for (int i = 0; i < size(); ++i) {
         const dbrecord* record = (*this)[i];
         if (record && record->get_tag() != 0) record->write(file);
     }
-    return file.save(fileName, 1) ? size() : 0;
+    return file.finishSaving() ? size() : 0;
 }
 
 int ODBViewRep::saveOnlyTagged(const char* fileName) { return saveOnlyTagged(Qv::WStringFromAscii(fileName)); }

@@ -10,18 +10,10 @@
 
 #include "keldb/support/ascii.h"
 #include "keldb/table/keldb.h"
+#include "keldb/views/held_view.h"
 #include "keldb/views/odb_view.h"
 
 namespace {
-
-// Keeps a view alive while its own operation calls listeners.
-class Held {
-public:
-    explicit Held(ODBViewRep* view) : view_(view->refs() > 0 ? view : nullptr) {}
-
-private:
-    ODBView view_;
-};
 
 std::vector<int> positions_from(int start, int count, int size) {
     std::vector<int> positions;
@@ -44,12 +36,12 @@ void ODBViewRep::take_out(kel::RowSet positions) {
 
 void ODBViewRep::remove(int start, int count) {
     if (start < 0 || start >= size() || count < 0) return;
-    const Held held(this);
+    const kel::HeldView held(this);
     take_out(kel::RowSet::run(static_cast<unsigned>(start), static_cast<unsigned>(std::min(count, size() - start))));
 }
 
 int ODBViewRep::recordsDeletedNotify(const NotifyMsg& message) {
-    const Held held(this);
+    const kel::HeldView held(this);
     bool removed = false;
     long long step = 0;
     for (NotifyMsgTokenIterator token(message); *token; ++token, ++step) {
@@ -108,7 +100,7 @@ int ODBViewRep::in_runs(const std::vector<int>& positions, Act act) {
 
 void ODBViewRep::take_out_chosen(const std::vector<int>& positions) {
     if (positions.empty() || !db()) return;
-    const Held held(this);
+    const kel::HeldView held(this);
     ODBViewRep* bottom = root();
     if (bottom != this && kel::Deletion::foreign_listeners(*bottom)) {
         in_runs(positions, [base = baseView()](unsigned row, int length) {
@@ -146,7 +138,7 @@ int ODBViewRep::removeSome(bool (ODBViewRep::*condition)(int)) {
 
 template <class Condition>
 int ODBViewRep::remove_runs(Condition condition) {
-    const Held held(this);
+    const kel::HeldView held(this);
     int removed = 0;
     for (int i = 0; i < size(); ++i) {
         const int start = i;
@@ -179,7 +171,7 @@ int ODBViewRep::removeNonTagged() { return remove_tagged_as(false); }
 
 int ODBViewRep::delete_chosen(const std::vector<int>& positions) {
     if (positions.empty() || !odb()) return 0;
-    const Held held(this);
+    const kel::HeldView held(this);
     if (kel::Deletion::foreign_listeners(*odb())) {
         return in_runs(positions, [base = db()](unsigned row, int length) {
             base->delete_records(row, static_cast<unsigned>(length));

@@ -6,6 +6,7 @@
 #include "keldb/search/record_order.h"
 #include "keldb/support/ascii.h"
 #include "keldb/table/keldb.h"
+#include "keldb/views/held_view.h"
 #include "keldb/views/odb_view.h"
 
 bool ODBViewRep::tag(int position) { return index_.holds(position) && index_[position].tag; }
@@ -96,7 +97,7 @@ int ODBViewRep::tagDuplicates(int field) {
 
 ODBViewRep* ODBViewRep::newTagSubview() {
     if (!odb()) return nullptr;
-    const ODBView held(refs_ > 0 ? this : nullptr);
+    const kel::HeldView held(this);
     auto made = std::make_unique<ODBViewRep>(odb(), fieldSpec());
     if (!fieldSpec()) made->fieldSpec(nullptr);
     made->baseView(this);
@@ -111,6 +112,7 @@ void ODBViewRep::tagBaseFromTags() {
 
 void ODBViewRep::setupViewTagsFromKeldbTagField() {
     if (!db()) return;
+    const kel::HeldView held(this);
     displayAllRecords();
     const int field = db() ? db()->get_fieldnum("Tag") : -1;
     if (field < 0) return;
@@ -122,6 +124,7 @@ void ODBViewRep::setupViewTagsFromKeldbTagField() {
 
 void ODBViewRep::displayAllRecordsWithBaseTagStatus() {
     if (!db()) return;
+    const kel::HeldView held(this);
     displayAllRecords();
     if (!db() || db()->get_fieldnum("Tag") < 0) return;
     for (ODBRecRef& entry : index_) entry.tag = db()->get_tag(entry.row) != 0;
