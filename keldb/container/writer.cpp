@@ -17,10 +17,14 @@ void report(const char* what, const WString& path) {
 }
 
 // A link there would lead the new file elsewhere, perhaps to the very file that it replaces.
-void take_away_link(const WString& path) {
-    const String bytes = toUTF8(path);
+void take_away_link(const String& path) {
     char target;
-    if (OS().readLink(bytes.c_str(), &target, 1) >= 0) OS().unlink(bytes.c_str());
+    if (OS().readLink(path.c_str(), &target, 1) >= 0) OS().unlink(path.c_str());
+}
+
+bool is_regular_file(const String& path) {
+    struct ::stat about {};
+    return OS().stat(path.c_str(), &about) == 0 && S_ISREG(about.st_mode);
 }
 
 }  // namespace
@@ -59,14 +63,14 @@ void Writer::save(const WString& path) {
 
 // The old file goes only once the new one stands complete beside it.
 void Writer::replace(const WString& path) {
-    const String bytes = toUTF8(path);
-    struct ::stat about {};
-    if (OS().stat(bytes.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) return report("is no regular file", path);
-    if (OS().access(bytes.c_str(), W_OK) != 0) return report("may not be written", path);
     const WString temporary = path + WString(L".tmp");
-    take_away_link(temporary);
+    const String bytes = toUTF8(path), temporary_bytes = toUTF8(temporary);
+    if (!is_regular_file(bytes)) return report("is no regular file", path);
+    if (OS().access(bytes.c_str(), W_OK) != 0) return report("may not be written", path);
+    take_away_link(temporary_bytes);
     table_.set_filename(temporary);
-    if (!table_.saveWholeText(path)) return report("is not written", temporary);
+    const bool in_the_way = fileExists(temporary) && !is_regular_file(temporary_bytes);
+    if (in_the_way || !table_.saveWholeText(path)) return report("is not written", temporary);
     if (!OS().remove(path) || !OS().move(temporary, path, 0)) report("is not replaced", path);
 }
 

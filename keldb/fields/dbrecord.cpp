@@ -108,11 +108,19 @@ bool dbrecord::setField(unsigned short i, const String& value) {
     return true;
 }
 
+void dbrecord::clear() noexcept {
+    values_.clear();
+    note_quiet_write();
+}
+
 void dbrecord::removeField(unsigned short i) noexcept {
-    if (i < values_.size()) values_.erase(i);
+    if (i >= values_.size()) return;
+    values_.erase(i);
+    note_quiet_write();
 }
 
 void dbrecord::resizeRecord(int count, const int* map, bool /*flag*/) {
     if (count < 0 || count > std::numeric_limits<unsigned short>::max() || !map) return;
     values_.resize(static_cast<unsigned short>(count));
+    note_quiet_write();
 }

@@ -78,7 +78,7 @@ public:
     int set_field(int i, bool value);    // "t" or "f"
     bool setField(unsigned short i, const String& value);
 
-    void clear() noexcept { values_.clear(); }  // every field empty; count and flags stay
+    void clear() noexcept;  // every field empty; count and flags stay
 
     // --- Changed flag and tag ---
 
@@ -128,7 +128,8 @@ private:
     friend class keldb;
     friend class kel::TableReader;  // packs the values it read
     bool isblankfield(unsigned i) const noexcept { return field_text(i).empty(); }
-    void note_change();  // this record and its table have changed
+    void note_change();                // this record and its table have changed
+    void note_quiet_write() noexcept;  // values are others than before, without a mark
     void take_values(const kel::ValueBuilder& values);
 
     keldb* container_ = nullptr;

@@ -35,11 +35,12 @@ void ValueBuilder::truncate(std::size_t count) {
 template <class End>
 struct FieldValues::Packed {
     Block* block;
+    std::uint16_t& stored;
 
     End* ends() const { return reinterpret_cast<End*>(block + 1); }
-    char* texts() const { return reinterpret_cast<char*>(ends() + block->stored); }
+    char* texts() const { return reinterpret_cast<char*>(ends() + stored); }
     std::size_t begin(unsigned i) const { return i ? ends()[i - 1] : 0; }
-    std::size_t bytes() const { return begin(block->stored); }
+    std::size_t bytes() const { return begin(stored); }
     std::string_view text(unsigned i) const { return {texts() + begin(i), ends()[i] - begin(i) - 1}; }
     char* place(unsigned i) const { return texts() + begin(i); }
 
@@ -47,91 +48,97 @@ struct FieldValues::Packed {
         return sizeof(Block) + count * sizeof(End) + values.ends_[count - 1U];
     }
 
-    void fill(const ValueBuilder& values, std::uint16_t count, Form form, bool embedded) const {
-        *block = {static_cast<std::uint32_t>(size_for(values, count)), count, form, embedded};
-        for (unsigned i = 0; i < count; ++i) ends()[i] = static_cast<End>(values.ends_[i]);
-        std::memcpy(texts(), values.texts_.data(), values.ends_[count - 1U]);
+    void fill(const ValueBuilder& values, bool embedded) const {
+        *block = {static_cast<std::uint32_t>(size_for(values, stored)), embedded};
+        for (unsigned i = 0; i < stored; ++i) ends()[i] = static_cast<End>(values.ends_[i]);
+        std::memcpy(texts(), values.texts_.data(), values.ends_[stored - 1U]);
     }
 
-    void drop_from(unsigned short count) const {
-        const std::size_t bytes = begin(count);
+    void drop_from(std::uint16_t count) const {
+        const std::size_t left = begin(count);
         char* from = texts();
-        block->stored = count;
-        std::memmove(texts(), from, bytes);
+        stored = count;
+        std::memmove(texts(), from, left);
     }
 
     void erase(unsigned i) const {
         const std::size_t from = begin(i), to = ends()[i], all = bytes(), gone = to - from;
         std::memmove(texts() + from, texts() + to, all - to);
         char* old_texts = texts();
-        for (unsigned k = i; k + 1 < block->stored; ++k) ends()[k] = static_cast<End>(ends()[k + 1] - gone);
-        --block->stored;
+        for (unsigned k = i; k + 1 < stored; ++k) ends()[k] = static_cast<End>(ends()[k + 1] - gone);
+        --stored;
         std::memmove(texts(), old_texts, all - gone);
     }
 
     bool ok() const {
-        for (unsigned i = 0; i < block->stored; ++i) {
+        for (unsigned i = 0; i < stored; ++i) {
             if (ends()[i] <= begin(i) || texts()[ends()[i] - 1] != '\0') return false;
         }
         return static_cast<std::size_t>(texts() - reinterpret_cast<char*>(block)) + bytes() <= block->size;
     }
 };
 
+template <class Act>
+auto FieldValues::packed(Act act) const {
+    return form_ == Form::wide ? act(Packed<std::uint32_t>{block_, stored_})
+                               : act(Packed<std::uint16_t>{block_, stored_});
+}
+
 FieldValues::FieldValues(const FieldValues& other) : count_(other.count_) {
     if (!other.block_) return;
-    if (other.block_->form != Form::open) {
-        block_ = static_cast<Block*>(::operator new(other.block_->size));
-        std::memcpy(block_, other.block_, other.block_->size);
-        block_->embedded = false;
+    if (other.form_ == Form::open) {
+        open_up();
+        std::copy_n(other.strings(), count_, strings());
         return;
     }
-    open_up();
-    std::copy_n(other.strings(), count_, strings());
+    block_ = static_cast<Block*>(::operator new(other.block_->size));
+    std::memcpy(block_, other.block_, other.block_->size);
+    block_->embedded = false;
+    stored_ = other.stored_;
+    form_ = other.form_;
 }
 
 void FieldValues::swap(FieldValues& other) noexcept {
     std::swap(block_, other.block_);
     std::swap(count_, other.count_);
+    std::swap(stored_, other.stored_);
+    std::swap(form_, other.form_);
 }
 
 bool FieldValues::all_empty() const noexcept {
-    if (!block_) return true;
-    if (block_->form == Form::narrow) return Packed<std::uint16_t>{block_}.bytes() == block_->stored;
-    if (block_->form == Form::wide) return Packed<std::uint32_t>{block_}.bytes() == block_->stored;
+    if (stored_ == 0) return true;
+    if (form_ != Form::open) return packed([this](auto block) { return block.bytes() == stored_; });
     return std::all_of(strings(), strings() + count_, [](const String& value) { return value.empty(); });
 }
 
 std::string_view FieldValues::other_text(unsigned short i) const noexcept {
-    return block_->form == Form::wide ? Packed<std::uint32_t>{block_}.text(i) : strings()[i].view();
+    return form_ == Form::wide ? Packed<std::uint32_t>{block_, stored_}.text(i) : strings()[i].view();
 }
 
 const String& FieldValues::string(unsigned short i) const {
-    if (!block_ || block_->form != Form::open) open_up();
+    if (form_ != Form::open) open_up();
     return strings()[i];
 }
 
 void FieldValues::set(unsigned short i, std::string_view new_text) {
-    if (overwrite(i, new_text)) return;
-    String value(new_text);
-    if (!block_ || block_->form != Form::open) open_up();
-    strings()[i].swap(value);
+    if (form_ == Form::open || !overwrite(i, new_text)) put(i, String(new_text));
 }
 
 void FieldValues::set(unsigned short i, const String& new_text) {
-    if (overwrite(i, new_text.view())) return;
-    String value(new_text);
-    if (!block_ || block_->form != Form::open) open_up();
+    if (form_ == Form::open || !overwrite(i, new_text.view())) put(i, String(new_text));
+}
+
+// A copy comes in, since the text may lie in this very object.
+void FieldValues::put(unsigned short i, String&& value) {
+    if (form_ != Form::open) open_up();
     strings()[i].swap(value);
 }
 
 // A packed value is rewritten in its place when the new text is as long as the old one.
 bool FieldValues::overwrite(unsigned short i, std::string_view new_text) noexcept {
-    if (block_ && block_->form == Form::open) return false;
     if (new_text.size() != text(i).size()) return false;
-    if (new_text.empty()) return true;
-    char* place =
-        block_->form == Form::narrow ? Packed<std::uint16_t>{block_}.place(i) : Packed<std::uint32_t>{block_}.place(i);
-    std::memmove(place, new_text.data(), new_text.size());
+    if (!new_text.empty())
+        std::memmove(packed([i](auto block) { return block.place(i); }), new_text.data(), new_text.size());
     return true;
 }
 
@@ -142,71 +149,49 @@ std::size_t FieldValues::packed_size(const ValueBuilder& values) noexcept {
     return narrow ? Packed<std::uint16_t>::size_for(values, count) : Packed<std::uint32_t>::size_for(values, count);
 }
 
-void FieldValues::fill_block(Block* block, const ValueBuilder& values, bool embedded) noexcept {
-    const auto count = static_cast<std::uint16_t>(values.size());
-    if (values.ends_[count - 1U] <= UINT16_MAX) {
-        Packed<std::uint16_t>{block}.fill(values, count, Form::narrow, embedded);
-    } else {
-        Packed<std::uint32_t>{block}.fill(values, count, Form::wide, embedded);
-    }
+void FieldValues::take_block(Block* block, const ValueBuilder& values, bool embedded) noexcept {
+    drop_block();
+    count_ = static_cast<std::uint16_t>(values.size());
+    if (!block) return;
+    block_ = block;
+    stored_ = count_;
+    form_ = values.ends_[count_ - 1U] <= UINT16_MAX ? Form::narrow : Form::wide;
+    packed([&](auto fresh) { fresh.fill(values, embedded); });
 }
 
 void FieldValues::pack_into(void* memory, const ValueBuilder& values) noexcept {
-    drop_block();
-    count_ = static_cast<std::uint16_t>(values.size());
-    if (packed_size(values) == 0) return;
-    block_ = static_cast<Block*>(memory);
-    fill_block(block_, values, true);
+    take_block(packed_size(values) == 0 ? nullptr : static_cast<Block*>(memory), values, true);
 }
 
 void FieldValues::pack(const ValueBuilder& values) {
     const std::size_t size = packed_size(values);
-    Block* block = size == 0 ? nullptr : static_cast<Block*>(::operator new(size));
-    if (block) fill_block(block, values, false);
-    drop_block();
-    block_ = block;
-    count_ = static_cast<std::uint16_t>(values.size());
+    take_block(size == 0 ? nullptr : static_cast<Block*>(::operator new(size)), values, false);
 }
 
 void FieldValues::clear() noexcept { drop_block(); }
 
 void FieldValues::resize(unsigned short count) {
-    if (count == count_) return;
-    if (block_ && block_->form == Form::open) {
-        FieldValues resized(count);
-        if (count != 0) {
-            if (count > count_) {
-                resized.open_up();
-                std::move(strings(), strings() + count_, resized.strings());
-            } else {
-                std::destroy(strings() + count, strings() + count_);
-                block_->stored = count;
-                count_ = count;
-                return;
-            }
-        }
-        swap(resized);
-        return;
+    if (form_ != Form::open) {
+        if (count < stored_) packed([count](auto block) { block.drop_from(count); });
+        count_ = count;
+    } else if (count > count_) {
+        FieldValues wider(count);
+        wider.open_up();
+        std::move(strings(), strings() + count_, wider.strings());
+        swap(wider);
+    } else {
+        std::destroy(strings() + count, strings() + count_);
+        stored_ = count_ = count;
     }
-    if (block_ && count < block_->stored) {
-        if (block_->form == Form::narrow)
-            Packed<std::uint16_t>{block_}.drop_from(count);
-        else
-            Packed<std::uint32_t>{block_}.drop_from(count);
-    }
-    count_ = count;
 }
 
 void FieldValues::erase(unsigned short i) noexcept {
-    if (block_ && block_->form == Form::open) {
+    if (form_ == Form::open) {
         std::move(strings() + i + 1, strings() + count_, strings() + i);
         std::destroy_at(strings() + count_ - 1);
-        --block_->stored;
-    } else if (block_ && i < block_->stored) {
-        if (block_->form == Form::narrow)
-            Packed<std::uint16_t>{block_}.erase(i);
-        else
-            Packed<std::uint32_t>{block_}.erase(i);
+        --stored_;
+    } else if (i < stored_) {
+        packed([i](auto block) { block.erase(i); });
     }
     --count_;
 }
@@ -231,20 +216,23 @@ void FieldValues::open_up() const {
         std::destroy_n(opened, made);
         throw;
     }
-    Block* packed = block_;
+    Block* before = block_;
     block_ = static_cast<Block*>(std::exchange(memory.block, nullptr));
-    *block_ = {static_cast<std::uint32_t>(size), count_, Form::open, false};
-    kept() = packed;
+    *block_ = {static_cast<std::uint32_t>(size), false};
+    stored_ = count_;
+    form_ = Form::open;
+    kept() = before;
 }
 
 void FieldValues::drop_block() noexcept {
-    if (!block_) return;
-    if (block_->form == Form::open) {
-        std::destroy_n(strings(), block_->stored);
+    if (block_ && form_ == Form::open) {
+        std::destroy_n(strings(), stored_);
         free_block(kept());
     }
     free_block(block_);
     block_ = nullptr;
+    stored_ = 0;
+    form_ = Form::narrow;
 }
 
 void FieldValues::free_block(Block* block) noexcept {
@@ -253,15 +241,14 @@ void FieldValues::free_block(Block* block) noexcept {
 
 std::size_t FieldValues::memory() const noexcept {
     if (!block_) return 0;
-    const std::size_t packed = block_->form == Form::open && kept() ? kept()->size : 0;
-    return block_->size + packed;
+    const std::size_t packed_bytes = form_ == Form::open && kept() ? kept()->size : 0;
+    return block_->size + packed_bytes;
 }
 
 bool FieldValues::ok() const noexcept {
-    if (!block_) return true;
-    if (block_->form == Form::open) return block_->stored == count_;
-    if (block_->stored > count_) return false;
-    return block_->form == Form::narrow ? Packed<std::uint16_t>{block_}.ok() : Packed<std::uint32_t>{block_}.ok();
+    if (!block_) return stored_ == 0 && form_ == Form::narrow;
+    if (form_ == Form::open) return stored_ == count_;
+    return stored_ <= count_ && packed([](auto block) { return block.ok(); });
 }
 
 }  // namespace kel

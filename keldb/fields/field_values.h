@@ -5,8 +5,8 @@
 // is a String of its own, and the packed block is kept beside them. So a text pointer, once handed out, stays good
 // until that value is written, values are added or removed, or the FieldValues goes.
 //
-//     packed   block_ -> [size stored form] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
-//     open     block_ -> [size stored form] [kept: the packed block] [String 0, String 1, ...]
+//     packed   block_ -> [size] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
+//     open     block_ -> [size] [kept: the packed block] [String 0, String 1, ...]
 //     blank    block_ is null: every value is empty
 //
 // An end is the offset behind a value's zero byte, counted from the first text: 16 bits wide while the texts fit in
@@ -15,6 +15,9 @@
 // A packed block may lie in memory that somebody else frees, right behind the record that it belongs to (embedded): a
 // loaded record is one allocation. Such a FieldValues does not outlive that memory; copies of it have blocks of their
 // own.
+//
+// Which form it is, and how many values the block holds (`stored`), stands beside the pointer, so that a value is found
+// with one step into the block.
 //
 // Invariants: values from `stored` on are empty; in the open form `stored` equals the count, and no String moves while
 // the count stays; every text is followed by a zero byte.
@@ -61,7 +64,7 @@ class KELDB_API FieldValues {
 public:
     explicit FieldValues(unsigned short count = 0) noexcept : count_(count) {}
     FieldValues(const FieldValues& other);
-    FieldValues(FieldValues&& other) noexcept : block_(other.block_), count_(other.count_) { other.block_ = nullptr; }
+    FieldValues(FieldValues&& other) noexcept : FieldValues() { swap(other); }
     FieldValues& operator=(FieldValues other) noexcept {
         swap(other);
         return *this;
@@ -74,8 +77,8 @@ public:
 
     // In all of these i is below size().
     std::string_view text(unsigned short i) const noexcept {
-        if (!block_ || i >= block_->stored) return {kNothing, 0};
-        if (block_->form == Form::narrow) {
+        if (i >= stored_) return {kNothing, 0};
+        if (form_ == Form::narrow) {
             const std::uint16_t* ends = narrow_ends();
             const std::size_t begin = i ? ends[i - 1] : 0;
             return {narrow_texts() + begin, ends[i] - begin - 1};
@@ -105,27 +108,31 @@ private:
     enum class Form : std::uint8_t { narrow, wide, open };  // ends of 16 or 32 bits, or Strings
     struct Block {
         std::uint32_t size;  // bytes of the block
-        std::uint16_t stored;
-        Form form;
         bool embedded;
     };
+    static_assert(sizeof(Block) == 8);
     template <class End>
     struct Packed;  // a packed block read with ends of this width
+    template <class Act>
+    auto packed(Act act) const;  // act(Packed) with the width that it is in
     static constexpr const char* kNothing = "";
 
     const std::uint16_t* narrow_ends() const noexcept { return reinterpret_cast<const std::uint16_t*>(block_ + 1); }
-    const char* narrow_texts() const noexcept { return reinterpret_cast<const char*>(narrow_ends() + block_->stored); }
+    const char* narrow_texts() const noexcept { return reinterpret_cast<const char*>(narrow_ends() + stored_); }
     std::string_view other_text(unsigned short i) const noexcept;
+    void put(unsigned short i, String&& value);
     bool overwrite(unsigned short i, std::string_view text) noexcept;
     String* strings() const noexcept;
     Block*& kept() const noexcept;
     void open_up() const;
     void drop_block() noexcept;
     static void free_block(Block* block) noexcept;
-    static void fill_block(Block* block, const ValueBuilder& values, bool embedded) noexcept;
+    void take_block(Block* block, const ValueBuilder& values, bool embedded) noexcept;
 
     mutable Block* block_ = nullptr;
     unsigned short count_;
+    mutable std::uint16_t stored_ = 0;  // 0 without a block
+    mutable Form form_ = Form::narrow;
 };
 
 }  // namespace kel

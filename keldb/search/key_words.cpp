@@ -130,24 +130,23 @@ KeyStep key_step(std::string_view value, const KeyRule& rule, unsigned k) noexce
     return out.step(k);
 }
 
-std::optional<KeyStep> exact_key_step(std::string_view value, const KeyRule& rule) noexcept {
-    Encoding out(0);
-    bool exact = false;
-    switch (rule.kind) {
-    case KeyRule::natural:
-        exact = put_exact_natural(out, value);
-        break;
-    case KeyRule::from:
-        exact = put_exact_folded(out, rest_from(value, rule.offset));
-        break;
-    case KeyRule::last:
-        exact = put_exact_folded(out, last_bytes(value, rule.offset));
-        break;
-    case KeyRule::timecode:
-        if (const auto number = timecode_number(value)) return KeyStep{0, (*number + 1) << 8};
-        break;
+bool exact_key_steps(std::string_view value, const KeyRule& rule, unsigned first, std::span<KeyStep> steps) noexcept {
+    if (rule.kind == KeyRule::timecode) {
+        const auto number = timecode_number(value);
+        std::fill(steps.begin(), steps.end(), KeyStep{0, 0});
+        if (number && first == 0) steps[0].low = (*number + 1) << 8;
+        return number.has_value();
     }
-    return exact ? std::optional(out.step(0)) : std::nullopt;
+    Encoding out(first + static_cast<unsigned>(steps.size()) - 1);
+    bool exact = false;
+    if (rule.kind == KeyRule::natural) {
+        exact = put_exact_natural(out, value);
+    } else {
+        const bool from = rule.kind == KeyRule::from;
+        exact = put_exact_folded(out, from ? rest_from(value, rule.offset) : last_bytes(value, rule.offset));
+    }
+    for (unsigned i = 0; i < steps.size(); ++i) steps[i] = out.step(first + i);
+    return exact;
 }
 
 std::optional<std::uint64_t> timecode_number(std::string_view value) noexcept {

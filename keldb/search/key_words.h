@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "keldb/search/key_text.h"
@@ -35,8 +36,8 @@ inline constexpr unsigned kKeySteps = 3;  // further bytes are left to the compa
 // The k-th step of a value under a rule; `natural` and the others of KeyRule as record_order.h describes them.
 KeyStep key_step(std::string_view value, const KeyRule& rule, unsigned k) noexcept;
 
-// The first step of its exact encoding; nothing when it has none.
-std::optional<KeyStep> exact_key_step(std::string_view value, const KeyRule& rule) noexcept;
+// Steps of its exact encoding, from step `first` on, as many as there is room for; false when it has none.
+bool exact_key_steps(std::string_view value, const KeyRule& rule, unsigned first, std::span<KeyStep> steps) noexcept;
 
 // A timecode in its usual form, hh:mm:ss and any separator and ff, as one number that orders exactly as the timecode
 // rule does and is equal only for values equal under it; nothing for any other text.

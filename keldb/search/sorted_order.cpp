@@ -133,77 +133,95 @@ private:
     // without a value come last and are not looked at further; of them, the blank ones at the very end.
     void sort_by_key(Item* first, Item* last, const int* key) {
         if (last - first < 2) return;
-        const KeyRule of_key = rule(*key);
         bool exact = true;
-        Item* with_value =
-            second_steps_ && key == second_key_ ? take_second_steps(first, last) : read_steps(first, last, key, exact);
+        Item* with_value = next_steps_.get() && key == second_key_ ? take_kept_steps(first, last)
+                                                                   : read_steps(first, last, key, exact);
         if (ascending_) blank_ones_last(with_value, last);
-        if (exact)
-            sort_ties(first, with_value, key, of_key, 0, true);
-        else
-            sort_by_step(first, with_value, key, of_key, 0);
+        if (exact) {
+            sort_ties(first, with_value, key, 0, true);
+        } else {
+            sort_by_step(first, with_value, key, 0, false);
+        }
     }
 
-    // Reads the exact steps of a key, and moves the items that have a value to the front. While all records are read in
-    // their order, which memory likes, the next key is read with them.
+    // Reads the first exact step of a key, and moves the items that have a value to the front. While all records are
+    // read in the order in which they lie in memory, what a tie may want next is read with it: the second step, and the
+    // first one of the next key.
     Item* read_steps(Item* first, Item* last, const int* key, bool& exact) {
         const KeyRule of_key = rule(*key);
-        const bool all = last - first >= kRadixItems && first == items_.get() && key == sort_state().keys;
-        const bool with_second = all && key[1] >= 0;
-        if (with_second) {
-            second_steps_ = untouched<KeyStep>(records_.size());
-            second_key_ = key + 1;
-        }
+        if (last - first >= kRadixItems && first == items_.get() && key == sort_state().keys)
+            keep_more_steps(key, of_key);
         return keep_in_front(first, last, [&](Item& item) {
             fetch_ahead(&item, last);
             const std::string_view text = value(item, *key);
             if (ascending_ && text.empty()) return false;
-            if (exact) exact = take_step(exact_key_step(text, of_key), item.step);
-            if (with_second && second_steps_ && !read_second_step(item, key[1])) second_steps_.reset();
+            if (exact) exact = read_exact(text, of_key, item);
+            if (next_steps_ && !read_exact(value(item, *second_key_), rule(*second_key_), 0, next_steps_[item.row]))
+                next_steps_.reset();
             return true;
         });
     }
 
-    bool take_step(const std::optional<KeyStep>& step, KeyStep& place) const {
-        if (step) place = turned(*step);
-        return step.has_value();
+    void keep_more_steps(const int* key, const KeyRule& of_key) {
+        if (of_key.kind != KeyRule::timecode) second_steps_ = untouched<KeyStep>(records_.size());
+        if (key[1] < 0) return;
+        next_steps_ = untouched<KeyStep>(records_.size());
+        second_key_ = key + 1;
     }
 
-    bool read_second_step(const Item& item, int field) {
-        return take_step(exact_key_step(value(item, field), rule(field)), second_steps_[item.row]);
+    bool read_exact(std::string_view text, const KeyRule& of_key, Item& item) const {
+        KeyStep steps[2];
+        if (!second_steps_) return read_exact(text, of_key, 0, item.step);
+        const bool exact = exact_key_steps(text, of_key, 0, steps);
+        item.step = turned(steps[0]);
+        second_steps_[item.row] = turned(steps[1]);
+        return exact;
     }
 
-    Item* take_second_steps(Item* first, Item* last) {
+    bool read_exact(std::string_view text, const KeyRule& of_key, unsigned k, KeyStep& place) const {
+        KeyStep step;
+        const bool exact = exact_key_steps(text, of_key, k, {&step, 1});
+        place = turned(step);
+        return exact;
+    }
+
+    Item* take_kept_steps(Item* first, Item* last) {
         return keep_in_front(first, last, [this](Item& item) {
-            item.step = second_steps_[item.row];
+            item.step = next_steps_[item.row];
             return !ascending_ || !item.step.is_empty();
         });
     }
 
-    void sort_by_step(Item* first, Item* last, const int* key, const KeyRule& of_key, unsigned k) {
+    void sort_by_step(Item* first, Item* last, const int* key, unsigned k, bool exact) {
         if (last - first <= kFewItems) return insert_all(first, last);
+        const KeyRule of_key = rule(*key);
+        const bool kept = exact && k == 1 && key == sort_state().keys && second_steps_;
         for (Item* item = first; item != last; ++item) {
+            if (kept) {
+                item->step = second_steps_[item->row];
+                continue;
+            }
             fetch_ahead(item, last);
-            item->step = turned(key_step(value(*item, *key), of_key, k));
+            if (exact) {
+                read_exact(value(*item, *key), of_key, k, item->step);
+            } else {
+                item->step = turned(key_step(value(*item, *key), of_key, k));
+            }
         }
-        sort_ties(first, last, key, of_key, k, false);
+        sort_ties(first, last, key, k, exact);
     }
 
     // Sorts items by their steps, and what is equal by what comes next.
-    void sort_ties(Item* first, Item* last, const int* key, const KeyRule& of_key, unsigned k, bool exact) {
+    void sort_ties(Item* first, Item* last, const int* key, unsigned k, bool exact) {
         sort_steps(first, last);
         each_run(first, last, same_step, [&](Item* run, Item* end) {
-            const bool ended = turned(run->step).is_last();
-            if (ended && exact)
+            if (!turned(run->step).is_last()) {
+                k + 1 < kKeySteps ? sort_by_step(run, end, key, k + 1, exact) : std::stable_sort(run, end, before());
+            } else if (exact) {
                 next_key(run, end, key);
-            else if (ended)
-                settle(run, end, key, of_key);
-            else if (k + 1 < kKeySteps && !exact)
-                sort_by_step(run, end, key, of_key, k + 1);
-            else if (exact)
-                sort_by_step(run, end, key, of_key, 0);  // the plain encoding, from its start
-            else
-                std::stable_sort(run, end, before());
+            } else {
+                settle(run, end, key);
+            }
         });
     }
 
@@ -212,7 +230,8 @@ private:
     }
 
     // A run whose steps ended equal without being exact: most often equal values all the same.
-    void settle(Item* first, Item* last, const int* key, const KeyRule& of_key) {
+    void settle(Item* first, Item* last, const int* key) {
+        const KeyRule of_key = rule(*key);
         const std::string_view one = value(*first, *key);
         const bool equal = std::all_of(
             first + 1, last, [&](const Item& item) { return compare_key(one, value(item, *key), of_key) == 0; });
@@ -229,6 +248,8 @@ private:
     }
 
     void sort_word(Item* first, Item* last, std::uint64_t KeyStep::*word) {
+        const auto smaller = [word](const Item& a, const Item& b) { return a.step.*word < b.step.*word; };
+        if (std::is_sorted(first, last, smaller)) return;  // logs often come in the order that is asked for
         if (last - first >= kRadixItems) return radix_sort(first, last, word, scratch_.get());
         std::sort(first, last, [word](const Item& a, const Item& b) {
             return a.step.*word != b.step.*word ? a.step.*word < b.step.*word : a.row < b.row;
@@ -249,9 +270,10 @@ private:
     std::unique_ptr<Item[]> items_;
     std::unique_ptr<Item[]> scratch_;
 
-    // The steps of the second key, by row, read together with the first: null while there are none. All exact.
+    // By row, all exact; null while there are none.
+    std::unique_ptr<KeyStep[]> second_steps_;  // of the first key
+    std::unique_ptr<KeyStep[]> next_steps_;    // the first ones of the second key
     const int* second_key_ = nullptr;
-    std::unique_ptr<KeyStep[]> second_steps_;
 };
 
 }  // namespace

@@ -33,6 +33,7 @@ void keldb::build_row_ids() const {
         const std::string_view text = get_record(row)->field_text(static_cast<unsigned>(field));
         ids.put_first(Cookie(String(text), false), static_cast<int>(row));
     }
+    ids.set_stamp(row_ids_stamp());
     std::swap(row_ids_, ids);
 }
 
@@ -45,7 +46,8 @@ bool keldb::row_carries(int row, const Cookie& id) const {
 int keldb::getRowIndexByID(const Cookie& id) const {
     if (row_ids_.empty()) build_row_ids();
     int row = row_ids_.find(id.text());
-    if (row >= 0 && !row_carries(row, id)) {  // a plain setter changed the identifier since
+    if (row >= 0 && row_ids_.stamp() != row_ids_stamp() &&
+        !row_carries(row, id)) {  // a plain setter changed the identifier since
         row_ids_.clear();
         build_row_ids();
         row = row_ids_.find(id.text());

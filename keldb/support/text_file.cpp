@@ -189,13 +189,22 @@ std::string_view TextFile::nextLine() {
 
 void TextFile::appendLine(std::string_view line) {
     const std::size_t before = text_.size();
+    text_.append(line);
     try {
-        text_.append(line);
-        endLine();
+        text_.push_back('\n');
     } catch (...) {
         text_.resize(before);
         throw;
     }
+    if (saving_ && text_.size() >= kPieceBytes) hand_down();
+}
+
+char* TextFile::lineRoom(std::size_t bytes) {
+    if (bytes > line_room_bytes_) {
+        line_room_ = std::make_unique_for_overwrite<char[]>(2 * bytes);
+        line_room_bytes_ = 2 * bytes;
+    }
+    return line_room_.get();
 }
 
 bool TextFile::save(const WString& path, int /*style*/) const { return saveLike(path, WString()); }

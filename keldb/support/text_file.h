@@ -52,12 +52,8 @@ public:
     std::size_t lineNumber() const noexcept { return nextNumber_; }  // 0-based number of the line nextLine gives next
 
     void appendLine(std::string_view line);  // a LF inside it ends a line there
-    // The text of all lines so far, for writers that form a line in place: they append its bytes, then call endLine.
-    std::string& openLine() noexcept { return text_; }
-    void endLine() {
-        text_.push_back('\n');
-        if (saving_ && text_.size() >= kPieceBytes) hand_down();
-    }
+    // Room for a line that is being formed, to be given to appendLine; lives until the next call.
+    char* lineRoom(std::size_t bytes);
 
     // Writes all lines to the file, each ended by LF. `style` is 1 in every call. True on success.
     //
@@ -95,6 +91,8 @@ private:
     mutable std::vector<std::size_t> ends_;    // for each line, where the next one starts; made on demand
     std::unique_ptr<kel::ReadWindow> window_;  // while reading line by line
     std::unique_ptr<kel::AtomicFile> saving_;  // between startSaving and finishSaving
+    std::unique_ptr<char[]> line_room_;
+    std::size_t line_room_bytes_ = 0;
 };
 
 #endif

@@ -5,6 +5,15 @@
 #include "keldb/fields/well_known_fields.h"
 
 namespace kel {
+namespace {
+
+// So that the next push_back cannot fail.
+template <class List>
+void make_room_for_one(List& list) {
+    if (list.size() == list.capacity()) list.reserve(2 * list.size() + 1);
+}
+
+}  // namespace
 
 int FieldLayout::find(std::string_view name) const noexcept {
     if (name.empty()) return -1;
@@ -61,9 +70,9 @@ void FieldLayout::rename(unsigned field, const String& name) {
 
 unsigned FieldLayout::add(const String& name, DBFieldTypes::eType type) {
     const unsigned field = size();
-    names_.reserve(field + 1);
-    types_.reserve(field + 1);
-    range_flags_.reserve(field + 1);
+    make_room_for_one(names_);
+    make_room_for_one(types_);
+    make_room_for_one(range_flags_);
     if (!name.empty()) by_name_.insert_or_assign(name, field);
     names_.push_back(name);
     types_.push_back(type);

@@ -231,8 +231,12 @@ private:
     friend class dbrecord;           // marks its table changed
     friend class kel::StorageCheck;  // looks at every stored record
     friend class kel::TableReader;   // fills the table from a file
-    void note_record_change() noexcept { changed_ = 1; }
-    friend class ODBViewRep;  // deletes scattered rows in one go
+    void note_record_change() noexcept {
+        changed_ = 1;
+        ++writes_;
+    }
+    void note_quiet_write() noexcept { ++writes_; }  // values changed, and nobody is to know
+    friend class ODBViewRep;                         // deletes scattered rows in one go
     void set_fields(const DBFieldDesc* fields, unsigned count);
     void delete_rows(kel::RowSet rows);  // at least one, all of them stored; not while showing tagged records only
     int delete_tagged_at_once();
@@ -241,6 +245,7 @@ private:
     const kel::QueryPlan& query_plan() const;  // of the query and layout as they are now
     void build_row_ids() const;
     bool row_carries(int row, const Cookie& id) const;
+    kel::RowIds::Stamp row_ids_stamp() const noexcept { return {writes_, layout_.version()}; }
 
     int revision_ = kel::kCurrentRevision;
     kel::FieldLayout layout_;
@@ -257,6 +262,7 @@ private:
     kel::Query query_;
     mutable kel::RowIds row_ids_;
     unsigned valid_ = 0;
+    unsigned long long writes_ = 0;  // to values of records: what was worked out from them may be stale after one
 };
 
 #endif

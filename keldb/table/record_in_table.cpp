@@ -51,6 +51,10 @@ void dbrecord::note_change() {
     if (container_) container_->note_record_change();
 }
 
+void dbrecord::note_quiet_write() noexcept {
+    if (container_) container_->note_quiet_write();
+}
+
 int dbrecord::update(configb* block) const {
     const int name = block && container_ ? container_->get_fieldnum("name") : -1;
     if (name < 0) return 0;

@@ -15,6 +15,15 @@ namespace kel {
 
 class RowIds {
 public:
+    // The state of the table that the map was made for: while it is the same, every identifier stands where it says.
+    struct Stamp {
+        unsigned long long writes;
+        unsigned long long layout;
+        bool operator==(const Stamp&) const = default;
+    };
+    const Stamp& stamp() const noexcept { return stamp_; }
+    void set_stamp(const Stamp& stamp) noexcept { stamp_ = stamp; }
+
     bool empty() const noexcept { return entries_.empty(); }
     void clear() noexcept;
     void reserve(std::size_t count);
@@ -36,6 +45,7 @@ private:
     void add(const Cookie& id, int row, std::uint32_t hash);
     void grow(std::size_t slots);
 
+    Stamp stamp_{0, 0};
     std::vector<Entry> entries_;
     std::vector<std::uint32_t> slots_;  // index of an entry or kFree; a power of two, at most half of it in use
 };

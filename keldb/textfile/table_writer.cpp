@@ -45,20 +45,17 @@ void write_all(const kel::RecordArray& records, int tag_field, TextFile& file) {
 
 }  // namespace
 
-// The line is formed in place, in room for the worst case, its line end included.
+// The line is formed in room for the worst case.
 int dbrecord::write(TextFile& file) const {
-    std::size_t room = 1;
+    std::size_t room = 0;
     for (unsigned i = 0; i < get_num_fields(); ++i) room += kel::quoted_room(field_text(i).size()) + 1;
-    std::string& text = file.openLine();
-    const std::size_t start = text.size();
-    text.resize(start + room);
-    char* to = text.data() + start;
+    char* const start = file.lineRoom(room);
+    char* to = start;
     for (unsigned i = 0; i < get_num_fields(); ++i) {
         if (i != 0) *to++ = ',';
         to = kel::put_quoted(to, field_text(i));
     }
-    text.resize(static_cast<std::size_t>(to - text.data()));
-    file.endLine();
+    file.appendLine({start, static_cast<std::size_t>(to - start)});
     changed_ = 0;
     return 1;
 }

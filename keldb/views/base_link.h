@@ -8,6 +8,7 @@
 #ifndef KELDB_VIEWS_BASE_LINK_H
 #define KELDB_VIEWS_BASE_LINK_H
 
+#include "keldb/support/export.h"
 #include "keldb/support/notify.h"
 
 class keldb;
@@ -18,7 +19,7 @@ namespace kel {
 
 class FollowerCallback;
 
-class BaseLink {
+class KELDB_API BaseLink {
 public:
     explicit BaseLink(ODBViewRep& owner) noexcept : owner_(owner) {}
     BaseLink(const BaseLink&) = delete;

@@ -1,5 +1,9 @@
 #include "keldb/views/field_spec.h"
 
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+
 #include "keldb/support/log.h"
 #include "keldb/table/odb_base.h"
 
@@ -18,13 +22,17 @@ void SExpr::print(GrowString& out) const {
 
 namespace kel {
 
-int exact_field(const ODBBase* base, std::string_view name) {
+namespace {
+
+// The names of a base, each with its first field.
+std::unordered_map<std::string_view, unsigned> fields_by_name(const ODBBase* base) {
+    std::unordered_map<std::string_view, unsigned> fields;
     const unsigned count = base ? base->get_num_fields() : 0;
-    for (unsigned i = 0; i < count; ++i) {
-        if (base->get_fieldname(i) == name) return static_cast<int>(i);
-    }
-    return -1;
+    for (unsigned i = 0; i < count; ++i) fields.try_emplace(base->get_fieldname(i), i);
+    return fields;
 }
+
+}  // namespace
 
 std::string identity_field_spec(const ODBBase* base) {
     std::string names;
@@ -40,14 +48,15 @@ void FieldSpec::set(const char* text, const ODBBase* base) {
     FieldSpec parsed;
     if (text) parsed.text_ = text;
     parsed.has_text_ = text != nullptr;
+    const auto fields = fields_by_name(base);
     std::string_view rest = parsed.text_;
     while (!rest.empty()) {
         const std::string_view name = rest.substr(0, rest.find_first_of("\t,"));
         rest.remove_prefix(std::min(rest.size(), name.size() + 1));
         if (name.empty()) continue;
-        const int field = exact_field(base, name);
-        if (field >= 0) {
-            parsed.fields_.append(std::make_unique<SExprRef>(static_cast<unsigned>(field), base));
+        const auto field = fields.find(name);
+        if (field != fields.end()) {
+            parsed.fields_.append(std::make_unique<SExprRef>(field->second, base));
         } else {
             LogPrint("Warning: ODBView::fieldSpec, non-existant fieldname \"%s\".\n", std::string(name).c_str());
         }

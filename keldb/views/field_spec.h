@@ -64,9 +64,6 @@ private:
 // All field names of the base, separated by commas.
 std::string identity_field_spec(const ODBBase* base);
 
-// The first field of the base with exactly this name; -1 when there is none or no base.
-int exact_field(const ODBBase* base, std::string_view name);
-
 }  // namespace kel
 
 #endif

@@ -81,6 +81,16 @@ void ODBViewRep::addParamsFrom(const keldb* table) {
 
 void ODBViewRep::fieldSpec(const char* text) { spec_.set(text, db()); }
 
+void ODBViewRep::identityFieldSpec(GrowString& out) const { out.append(kel::identity_field_spec(db()).c_str()); }
+
+int ODBViewRep::dbFieldIndex(const char* name) const {
+    const unsigned count = db() && name ? db()->get_num_fields() : 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (std::string_view(db()->get_fieldname(i)) == name) return static_cast<int>(i);
+    }
+    return -1;
+}
+
 void ODBViewRep::asString(GrowString& out) const {
     out.append("fieldSpec: ");
     out.append(fieldSpec());

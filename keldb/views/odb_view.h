@@ -231,8 +231,11 @@ protected:
     void baseView(ODBViewRep* view);  // a view over the same table, held by a handle; the view becomes empty
     void internRevision();            // the parameter "KELDB", when it has no value
     void buildIndex();                // one entry per row of the base
-    void append_capacity_for(int entries) { index_.make_room_for(entries); }
-    int index_capacity() const noexcept { return index_.capacity(); }
+    void sortIndex() noexcept {}      // nothing
+    void sizeIndexFor(int entries) { index_.make_room_for(entries); }  // the growth rule of kel::RowIndex
+    int indexCapacity() const noexcept { return index_.capacity(); }
+    void identityFieldSpec(GrowString& out) const;  // appends the names of all fields of the base, with commas between
+    int dbFieldIndex(const char* name) const;       // the first field with exactly this name; -1
 
 private:
     friend class kel::BaseLink;

@@ -84,15 +84,35 @@ void RowIndex::clear() noexcept {
     size_ = capacity_ = 0;
 }
 
+namespace {
+
+// One pass: keeps the entries whose rows stay, in front; returns where they end.
+template <class Gone, class Below>
+ODBRecRef* keep_others(ODBRecRef* first, ODBRecRef* last, LostEntries& lost, Gone gone, Below below) {
+    ODBRecRef* kept = first;
+    for (const ODBRecRef* entry = first; entry != last; ++entry) {
+        if (gone(entry->row)) {
+            lost.note(entry->row, static_cast<unsigned>(entry - first));
+        } else {
+            *kept++ = {entry->row - below(entry->row), entry->tag};
+        }
+    }
+    return kept;
+}
+
+}  // namespace
+
 void RowIndex::drop(const RowSet& gone, LostEntries& lost) noexcept {
-    ODBRecRef* kept = begin();
-    unsigned position = 0;
-    for (const ODBRecRef& entry : *this) {
-        if (gone.contains(entry.row))
-            lost.note(entry.row, position);
-        else
-            *kept++ = {entry.row - gone.below(entry.row), entry.tag};
-        ++position;
+    ODBRecRef* kept = nullptr;
+    if (gone.is_run()) {
+        const unsigned first = gone.first(), count = gone.size();
+        kept = keep_others(
+            begin(), end(), lost, [=](unsigned row) { return row - first < count; },
+            [=](unsigned row) { return row < first ? 0 : count; });
+    } else {
+        kept = keep_others(
+            begin(), end(), lost, [&](unsigned row) { return gone.contains(row); },
+            [&](unsigned row) { return gone.below(row); });
     }
     if (kept == end()) return;
     size_ = static_cast<int>(kept - begin());

@@ -14,12 +14,13 @@
 #include <span>
 #include <vector>
 
+#include "keldb/support/export.h"
 #include "keldb/table/deletion.h"
 #include "keldb/views/rec_ref.h"
 
 namespace kel {
 
-class RowIndex {
+class KELDB_API RowIndex {
 public:
     static constexpr int kLeast = 20;
 
