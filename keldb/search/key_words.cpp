@@ -47,7 +47,7 @@ struct DigitRun {
 // Encodes one run of digits that begins at `at`, and moves `at` behind it. After zeros alone, what follows them
 // decides.
 DigitRun put_run(Encoding& out, std::string_view text, std::size_t& at) noexcept {
-    constexpr std::size_t kLongestRun = 255;
+    constexpr std::size_t kLongestRun = 254;
     const std::size_t start = at;
     while (at < text.size() && text[at] == '0') ++at;
     const std::size_t zeros = at - start;
@@ -55,8 +55,8 @@ DigitRun put_run(Encoding& out, std::string_view text, std::size_t& at) noexcept
     while (end < text.size() && is_digit(text[end])) ++end;
     const std::size_t digits = std::min(end - at, kLongestRun);
     out.put('0');
-    out.put(static_cast<unsigned char>(digits));
-    if (digits == kLongestRun) out.fill(0xFF);  // too long for one byte of length: left to the comparison
+    out.put(static_cast<unsigned char>(digits + 1));  // never a zero byte, which would look like an end
+    if (digits == kLongestRun) out.fill(0xFF);        // too long for one byte of length: left to the comparison
     if (digits % 2 != 0) out.put(static_cast<unsigned char>(text[at++] - '0' + 1));
     for (; at < end && !out.full(); at += 2)
         out.put(static_cast<unsigned char>((text[at] - '0') * 10 + (text[at + 1] - '0') + 1));

@@ -164,7 +164,8 @@ private:
 
     void keep_more_steps(const int* key, const KeyRule& of_key) {
         if (of_key.kind != KeyRule::timecode) second_steps_ = untouched<KeyStep>(records_.size());
-        if (key[1] < 0) return;
+        // A kept step must tell whether there is a value: one that is shorter than an offset looks like none.
+        if (key[1] < 0 || rule(key[1]).offset != 0) return;
         next_steps_ = untouched<KeyStep>(records_.size());
         second_key_ = key + 1;
     }

@@ -1,6 +1,7 @@
 // Finding rows of a table, and tagging by query and by value.
 
 #include <string>
+#include <vector>
 
 #include "keldb/search/query_plan.h"
 #include "keldb/support/ascii.h"
@@ -71,13 +72,27 @@ int keldb::tag_matching_records(int keep) {
     return matches;
 }
 
+// Strong: when memory is out, the sort key list is what it was.
+void keldb::sort_by_only(int field) {
+    const kel::SortKeys before = sort_keys_;
+    set_sortfield(field);
+    try {
+        sort(1, 0);
+    } catch (...) {
+        sort_keys_ = before;
+        throw;
+    }
+}
+
 int keldb::tag_all_different(int field) {
     constexpr std::size_t kRemembered = 255;  // longer values are told apart by their first bytes only
-    set_all_tags(0);
-    set_show_tags_only(0);
-    set_sortfield(field);
-    sort(1, 0);
+    std::vector<dbrecord*> untagged(get_num_records());
+    for (unsigned row = 0; row < untagged.size(); ++row) untagged[row] = get_record(row);
     std::string previous;
+    previous.reserve(kRemembered);
+    sort_by_only(field);  // the last step that can fail
+    for (dbrecord* record : untagged) record->set_tag(0);
+    set_show_tags_only(0);
     for (dbrecord* record : records_) {
         const std::string_view value =
             field < 0 ? std::string_view() : record->field_text(static_cast<unsigned>(field));

@@ -18,9 +18,10 @@ void keldb::beginUpdate() { updates_.begin(); }
 void keldb::addToUpdate(const Cookie& id) { updates_.add(id); }
 
 void keldb::endUpdate() {
+    Qv::Ptr<iObject> payload;  // made first: when memory is out, the bracket is still open
+    if (updates_.about_to_send()) payload = Qv::Ptr<iObject>(new WrappedData<CookieVec>(updates_.pending()));
     if (!updates_.end()) return;
-    const CookieVec changed = updates_.take();
-    const Qv::Ptr<iObject> payload(new WrappedData<CookieVec>(changed));
+    updates_.take();
     call(NotifyMsg(payload), NotifyMsgTypeDictionary::instance().intern("recordsChanged"));
 }
 

@@ -77,6 +77,7 @@ struct Deletion::Node {
         if (announced) {
             order_of_.reset(new unsigned[most]);
             shift_.reset(new unsigned[most]);
+            earlier_.plan(most);
         }
         pinned_ = follower_->pin();
     }
@@ -104,19 +105,17 @@ struct Deletion::Node {
 
     // Puts the lost entries in the order of their announcement: by the order in which the rows below were announced
     // (`order_of_row`, indexed by a row's rank among the lost ones; null: ascending), then by position.
-    void put_in_order(const RowSet& gone, const unsigned* order_of_row) {
+    void put_in_order(const RowSet& gone, const unsigned* order_of_row) noexcept {
         for (LostEntry& lost : lost_) {
             if (order_of_row) lost.row = order_of_row[gone.below(lost.row)];
         }
         std::sort(lost_.begin(), lost_.end(), [](const LostEntry& a, const LostEntry& b) {
             return a.row != b.row ? a.row < b.row : a.position < b.position;
         });
-        CountBelow earlier;
-        earlier.plan(lost_.size());
         for (unsigned k = 0; k < lost_.size(); ++k) {
             const unsigned rank = lost_.positions().below(lost_.begin()[k].position);
             order_of_[rank] = k;
-            shift_[k] = earlier.add(rank);
+            shift_[k] = earlier_.add(rank);
         }
         for (const auto& above : followers_) above->put_in_order(lost_.positions(), order_of_.get());
     }
@@ -128,7 +127,8 @@ struct Deletion::Node {
     LostEntries lost_;                      // once in order, `row` is the rank of the announcement that it follows from
     std::unique_ptr<unsigned[]> order_of_;  // for each lost position, by rank: when it is announced
     std::unique_ptr<unsigned[]> shift_;     // for each announcement: entries announced before it from lower positions
-    std::size_t told_ = 0;                  // lost entries announced so far
+    CountBelow earlier_;
+    std::size_t told_ = 0;  // lost entries announced so far
 };
 
 // Tells one announcer's listeners: foreign ones the message, followers' listeners what follows from it.

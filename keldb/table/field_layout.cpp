@@ -60,11 +60,12 @@ void FieldLayout::forget(unsigned field) {
 }
 
 void FieldLayout::rename(unsigned field, const String& name) {
-    const String held = name;
-    if (!held.empty()) by_name_.try_emplace(held, field);
-    forget(field);
+    const String held = name;  // which may be the field's own
+    // The new entry is the only step that can fail.
+    const auto place = held.empty() ? by_name_.end() : by_name_.try_emplace(held, field).first;
+    if (!equal_ignoring_case(names_[field], held)) forget(field);
     names_[field] = held;
-    if (!held.empty()) by_name_.insert_or_assign(held, field);
+    if (place != by_name_.end()) place->second = field;
     ++version_;
 }
 

@@ -243,6 +243,7 @@ private:
     int delete_tagged_runs();
     void copy_shown_records(const keldb& source);
     const kel::QueryPlan& query_plan() const;  // of the query and layout as they are now
+    void sort_by_only(int field);
     void build_row_ids() const;
     bool row_carries(int row, const Cookie& id) const;
     kel::RowIds::Stamp row_ids_stamp() const noexcept { return {writes_, layout_.version()}; }

@@ -43,7 +43,7 @@ public:
 
     unsigned size() const noexcept { return count_; }
     bool contains(unsigned row) const noexcept {
-        if (!scattered_) return row - first_ < count_;
+        if (!scattered_) return row >= first_ && row - first_ < count_;
         return row / 64 < bits_.size() && (bits_[row / 64] >> row % 64 & 1) != 0;
     }
     unsigned below(unsigned row) const noexcept {  // how many of them lie below the row

@@ -16,6 +16,8 @@ public:
         ++depth_;
     }
     void add(const Cookie& id) { pending_.add(id); }
+    bool about_to_send() const noexcept { return depth_ == 1 && !pending_.empty(); }
+    const CookieVec& pending() const noexcept { return pending_; }
     // True when this closed the outermost bracket and identifiers are pending; an unmatched call does nothing.
     bool end() noexcept { return depth_ != 0 && --depth_ == 0 && !pending_.empty(); }
     CookieVec take() noexcept {

@@ -44,10 +44,22 @@ std::string identity_field_spec(const ODBBase* base) {
     return names;
 }
 
+void FieldSpec::take_all_fields(const ODBBase* base) {
+    const unsigned count = base ? base->get_num_fields() : 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (*base->get_fieldname(i) != '\0') fields_.append(std::make_unique<SExprRef>(i, base));
+    }
+}
+
 void FieldSpec::set(const char* text, const ODBBase* base) {
     FieldSpec parsed;
     if (text) parsed.text_ = text;
     parsed.has_text_ = text != nullptr;
+    if (text && parsed.text_ == identity_field_spec(base)) {  // names with commas inside are found all the same
+        parsed.take_all_fields(base);
+        *this = std::move(parsed);
+        return;
+    }
     const auto fields = fields_by_name(base);
     std::string_view rest = parsed.text_;
     while (!rest.empty()) {

@@ -56,6 +56,8 @@ public:
     const SExpr& fields() const noexcept { return fields_; }
 
 private:
+    void take_all_fields(const ODBBase* base);
+
     std::string text_;
     bool has_text_ = false;
     SExpr fields_;

@@ -260,6 +260,7 @@ private:
     int remove_runs(Condition condition);
     template <class Act>
     int in_runs(const std::vector<int>& positions, Act act);
+    int base_rows() const;  // attached views only
     int first_base_row(const char* field, const char* value);
 
     unsigned refs_ = 0;

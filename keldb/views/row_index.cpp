@@ -57,9 +57,13 @@ void RowIndex::assign(std::vector<ODBRecRef> entries) {
     RowIndex fresh;
     fresh.open_gap(0, static_cast<int>(entries.size()));
     std::copy(entries.begin(), entries.end(), fresh.begin());
-    entries_.swap(fresh.entries_);
-    size_ = fresh.size_;
-    capacity_ = fresh.capacity_;
+    swap(fresh);
+}
+
+void RowIndex::swap(RowIndex& other) noexcept {
+    entries_.swap(other.entries_);
+    std::swap(size_, other.size_);
+    std::swap(capacity_, other.capacity_);
 }
 
 void RowIndex::erase(int first, int count) noexcept {
@@ -107,7 +111,7 @@ void RowIndex::drop(const RowSet& gone, LostEntries& lost) noexcept {
     if (gone.is_run()) {
         const unsigned first = gone.first(), count = gone.size();
         kept = keep_others(
-            begin(), end(), lost, [=](unsigned row) { return row - first < count; },
+            begin(), end(), lost, [=](unsigned row) { return row >= first && row - first < count; },
             [=](unsigned row) { return row < first ? 0 : count; });
     } else {
         kept = keep_others(

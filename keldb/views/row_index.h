@@ -42,6 +42,7 @@ public:
     void insert_run(int at, unsigned first_row, int count);  // at 0..size(), untagged
     void insert_rows(int at, std::span<const unsigned> rows);
     void assign(std::vector<ODBRecRef> entries);
+    void swap(RowIndex& other) noexcept;
 
     // None of these fails: when memory for a smaller array is not to be had, the large one stays.
     void erase(int first, int count) noexcept;  // inside the entries

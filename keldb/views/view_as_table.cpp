@@ -140,7 +140,7 @@ int ODBViewRep::in_field(unsigned row, unsigned field, char* text, int length) c
 int ODBViewRep::add_records(int count) {
     const int before = size();
     insertBlankRecords(before, count);
-    return db() && (count <= 0 || size() > before) ? before : -1;
+    return !db() || count <= 0 || size() > before ? before : -1;
 }
 
 int ODBViewRep::add_param(const char* name, const char* value) {

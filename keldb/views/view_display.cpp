@@ -1,5 +1,6 @@
 // Showing rows of the base in a view.
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
@@ -16,13 +17,26 @@ int ODBViewRep::displayRecordsAt(int row, int count, int at) {
     return count;
 }
 
+// The new entries are made before the old ones go, so that no failure leaves the view empty. Only a listener that
+// changes the number of base rows meanwhile makes them be made again.
 void ODBViewRep::displayAllRecords() {
     if (!db()) return;
     const kel::HeldView held(this);
+    const int rows = base_rows();
+    kel::RowIndex all;
+    all.insert_run(0, 0, rows);
     remove(0, size());
     if (!db()) return;  // a listener detached the view
+    if (size() == 0 && base_rows() == rows) {
+        index_.swap(all);
+    } else {
+        displayRecordsAt(0, base_rows(), 0);
+    }
+}
+
+int ODBViewRep::base_rows() const {
     const auto most = static_cast<unsigned>(std::numeric_limits<int>::max());
-    displayRecordsAt(0, static_cast<int>(std::min(db()->get_num_records(), most)), 0);
+    return static_cast<int>(std::min(db()->get_num_records(), most));
 }
 
 void ODBViewRep::displayTaggedRecordsAt(int at) {

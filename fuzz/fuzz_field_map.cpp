@@ -1,0 +1,67 @@
+// Any text as the stored text of a field map: the map names fields of its source once each, and what it writes reads
+// back as the same map.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "keldb/fieldmap/field_map.h"
+#include "keldb/fieldmap/map_text.h"
+#include "keldb/table/keldb.h"
+
+namespace {
+
+// As many fields as the text form can say both visible and hidden.
+keldb& table() {
+    static keldb fields = [] {
+        keldb made;
+        for (int i = 1; i <= FieldMap::kLastHidden; ++i) {
+            made.addField({String("f" + std::to_string(i)), DBFieldTypes::text});
+        }
+        return made;
+    }();
+    return fields;
+}
+
+FieldMap map_of(const char* stored) {
+    const ODBView view(&table());
+    view->add_param(FieldMap::kParameter, stored);
+    return FieldMap(view);
+}
+
+bool same(const FieldMap& a, const FieldMap& b) {
+    bool equal = a.size() == b.size();
+    for (int i = 0; equal && i < a.size(); ++i) equal = a[i] == b[i] && a.isVisible(i) == b.isVisible(i);
+    return equal;
+}
+
+const char* fault_of(std::string_view text) {
+    for (const int number : kel::read_map(text)) {
+        if (number == 0 || number < -FieldMap::kLastHidden || number > FieldMap::kLastVisible)
+            return "a number too far";
+    }
+    FieldMap map = map_of(std::string(text).c_str());
+    int visible = 0;
+    for (int i = 0; i < map.size(); ++i) {
+        const bool named = table().get_fieldnum(map[i]) >= 0;
+        if (!named && !map[i].empty()) return "an entry that is no field";
+        if (map.isVisible(map[i]) != map.isVisible(i)) return "a name twice";
+        if (map.isVisible(i) && map.getVisibleFieldIndex(visible++) != table().get_fieldnum(map[i]))
+            return "a wrong field";
+    }
+    if (visible != map.numVisible()) return "a wrong count";
+    map.remove("");  // numbers beyond the fields: what is written for them is not read back
+    if (map.size() == 0)
+        return same(map_of(map.asString().c_str()), FieldMap(table())) ? nullptr : "no map is not all fields";
+    return same(map_of(map.asString().c_str()), map) ? nullptr : "another map comes back";
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const char* const fault = fault_of({reinterpret_cast<const char*>(data), size});
+    if (!fault) return 0;
+    std::fprintf(stderr, "%s\n", fault);
+    std::abort();
+}

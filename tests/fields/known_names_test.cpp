@@ -1,0 +1,62 @@
+// The names that the suite's logs share: of types, of columns with a least width, of start and end timecodes.
+#include <gtest/gtest.h>
+
+#include "keldb/fields/well_known_fields.h"
+#include "keldb/table/keldb.h"
+#include "tests/testing/table_text.h"
+#include "tests/testing/texts.h"
+
+namespace {
+
+using testing_kit::pieces;
+
+TEST(FieldTypes, ReadAndWriteTheirNames) {
+    // The name as read, the code (0: none), and the name as written.
+    for (const std::string& row :
+         pieces("timecode t timecode|timecode_s T timecode_s|text a text|text_s A text_s|"
+                "time_of_day D time_of_day|date d date|dos_date M dos_date|char c c|numeric n numeric|"
+                "long l long|double f double|TimeCode t timecode|c c c|x x x|a a text|xy 0 |timecode_ 0 | 0 ",
+                '|')) {
+        const std::vector<std::string> parts = pieces(row, ' ');
+        const DBFieldTypes::eType type = kel::type_from_name(parts[0]);
+        EXPECT_EQ(type, parts[1][0] == '0' ? 0 : parts[1][0]) << row;
+        EXPECT_TRUE(type == 0 || kel::name_of_type(type) == parts[2].c_str()) << row;
+    }
+}
+
+TEST(ColumnWidths, HaveALeastForEachWellKnownName) {
+    const char* const widths =
+        "1,Tag|2,sequence|3,film_origin,pulldown|4,pic qual,Mdrive|6,Type,cam_date|8,Flags,Size|9,film duration|"
+        "10,Reel,snd reel,24P reel,cam reel,comp reel,lab reel|12,Cookie,Date,Start time,End time,snd start,snd end,"
+        "start 24P code,end 24P code,start camcode,end camcode|15,start inkcode,end inkcode|16,Duration|"
+        "17,start keycode,end keycode|24,Scene,Shot,Who|30,Reel Type|32,Name,aud qual|64,chans,Description|100,Notes|"
+        "4,Comment,Nam,Names,Start  time,";
+    std::size_t names = 0;
+    for (const std::string& row : pieces(widths, '|')) {
+        const std::vector<std::string> parts = pieces(row, ',');
+        for (std::size_t i = 1; i < parts.size(); ++i, ++names) {
+            EXPECT_EQ(keldb::getMinFieldSize(parts[i].c_str()), std::stoul(parts[0])) << parts[i];
+            EXPECT_EQ(keldb::getMinFieldSize(testing_kit::folded(parts[i]).c_str()), std::stoul(parts[0])) << parts[i];
+        }
+    }
+    EXPECT_EQ(names, 41U + 5U);
+    EXPECT_EQ(keldb::getMinFieldSize(nullptr), 4U);
+}
+
+TEST(RangePairs, AreFoundByEitherNameByteForByte) {
+    for (const std::string& row :
+         pieces("Start time,End time|snd start,snd end|start 24P code,end 24P code|"
+                "start keycode,end keycode|start camcode,end camcode|start inkcode,end inkcode",
+                '|')) {
+        for (const std::string& name : pieces(row, ',')) {
+            const kel::FieldPair* const pair = kel::range_pair_of(name);
+            ASSERT_NE(pair, nullptr) << name;
+            EXPECT_EQ(std::string(pair->start) + ',' + pair->end, row);
+        }
+    }
+    for (const char* name : {"end time", "START TIME", "End time ", "Reel", ""}) {
+        EXPECT_EQ(kel::range_pair_of(name), nullptr) << name;
+    }
+}
+
+}  // namespace
