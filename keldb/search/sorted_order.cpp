@@ -125,6 +125,7 @@ private:
         if (last - item <= 2 * kFetchAhead) return;
         __builtin_prefetch(&record(item[2 * kFetchAhead]));
         const char* texts = static_cast<const char*>(record(item[kFetchAhead]).values().address());
+        if (!texts) return;
         __builtin_prefetch(texts);
         __builtin_prefetch(texts + 64);
     }

@@ -1,8 +1,7 @@
 // Random programs on tables and stacked views, against their obvious twins (driver.h).
 //
-//     KELDB_MODEL_STEPS=400000     steps to run (default 150000); from 400000 on, each kind of operation must have run
-//     a
-//                                  thousand times
+//     KELDB_MODEL_STEPS=400000     steps to run (default 150000); from 400000 on each kind of operation must have run
+//                                  a thousand times
 //     KELDB_MODEL_PROGRAM=path     each program is written there before it runs: after a failure or a crash the file
 //                                  holds the one that failed. fuzz_views replays it.
 #include <gtest/gtest.h>
