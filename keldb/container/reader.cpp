@@ -69,7 +69,7 @@ bool Reader::isPermanent() const {
 }
 
 Cookie getCookieFromFilename(const WString& path) {
-    const Cookie base(stripPathAndExt(path), false);
+    Cookie base(stripPathAndExt(path), false);
     const String bytes = toUTF8(path);
     if (kel::ends_ignoring_case(bytes, "sg")) return convertCookie(base, 'M', 255);
     if (kel::ends_ignoring_case(bytes, "rak")) return convertCookie(base, 'B', 255);

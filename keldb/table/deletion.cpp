@@ -49,7 +49,7 @@ private:
 }  // namespace
 
 void LostEntries::plan(std::size_t most, bool with_list, bool with_set) {
-    if (with_list) list_.reset(new LostEntry[most]);  // not touched until an entry is lost
+    if (with_list) list_ = std::make_unique_for_overwrite<LostEntry[]>(most);  // not touched until an entry is lost
     if (with_set) set_ = RowSet::for_rows_below(static_cast<unsigned>(most));
     has_set_ = with_set;
 }
@@ -75,8 +75,8 @@ struct Deletion::Node {
         const std::size_t most = follower_->entry_count();
         lost_.plan(most, announced, announced || !followers_.empty());
         if (announced) {
-            order_of_.reset(new unsigned[most]);
-            shift_.reset(new unsigned[most]);
+            order_of_ = std::make_unique_for_overwrite<unsigned[]>(most);
+            shift_ = std::make_unique_for_overwrite<unsigned[]>(most);
             earlier_.plan(most);
         }
         pinned_ = follower_->pin();

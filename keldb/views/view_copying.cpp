@@ -25,7 +25,7 @@ ODBViewRep* ODBViewRep::copyWithNewBaseView() {
     }
     made->index_.assign(std::move(entries));
     made->addParamsFrom(this);
-    table.release();
+    static_cast<void>(table.release());  // the caller's, through the view
     return made.release();
 }
 
