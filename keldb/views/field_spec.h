@@ -1,4 +1,4 @@
-// The field specification of a view: a text of field names, separated by commas or tabs, and the list of those that
+// The field spec of a view: a text of field names, separated by commas or tabs, and the list of those that
 // were found. It describes the view (ODBViewRep::asString) and is passed on to views made from it; it does not
 // restrict, reorder or rename the fields seen through the view.
 #ifndef KELDB_VIEWS_FIELD_SPEC_H

@@ -1,4 +1,4 @@
-// What a view is made of: the room for its entries, its field specification, its parameters, its handles and copies.
+// What a view is made of: the room for its entries, its field spec, its parameters, its handles and copies.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -51,7 +51,7 @@ TEST(ViewIndex, MoreEntriesThanAnIntCountsAreAnAllocationFailure) {
     EXPECT_EQ(table.get_num_records(), 2U);
 }
 
-// --- Field specification: over the fields "name" and "Start time" ---
+// --- Field spec: over the fields "name" and "Start time" ---
 
 struct Spec {
     const char* text;

@@ -1,4 +1,4 @@
-// Views on views on views, and field specifications without end, on the small stack of a helper thread.
+// Views on views on views, and field specs without end, on the small stack of a helper thread.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -41,7 +41,7 @@ TEST(SmallStack, HoldsAHundredStackedViews) {
     });
 }
 
-TEST(SmallStack, HoldsAFieldSpecificationOfAHundredThousandNames) {
+TEST(SmallStack, HoldsAFieldSpecOfAHundredThousandNames) {
     on_small_stack([] {
         keldb table = lettered_table(1);
         std::string spec;
