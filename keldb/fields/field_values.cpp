@@ -84,11 +84,55 @@ auto FieldValues::packed(Act act) const {
                                : act(Packed<std::uint16_t>{block_, stored_});
 }
 
-FieldValues::FieldValues(const FieldValues& other) : count_(other.count_) {
+// What lies in the block of the open form, seen with the count of Strings that it has room for. That count stands
+// beside the pointer: so a String is found without a look at the block's head, which is another line of the cache.
+struct FieldValues::Open {
+    struct Head {
+        Block block;
+        FieldValues before;
+    };
+
+    Head* head;
+    unsigned room;
+
+    static unsigned words(unsigned room) { return (room + 63) / 64; }
+    static std::size_t size_for(unsigned room) {
+        return sizeof(Head) + words(room) * sizeof(std::uint64_t) + room * sizeof(String);
+    }
+
+    FieldValues& before() const { return head->before; }
+    std::uint64_t* bits() const { return reinterpret_cast<std::uint64_t*>(head + 1); }
+    String* strings() const { return reinterpret_cast<String*>(bits() + words(room)); }
+    bool has(unsigned i) const { return (bits()[i / 64] >> (i % 64) & 1U) != 0; }
+
+    // The value as a String, made from `from` if there is none yet.
+    template <class From>
+    String& made(unsigned i, From&& from) const {
+        new (strings() + i) String(std::forward<From>(from));
+        bits()[i / 64] |= std::uint64_t{1} << (i % 64);
+        return strings()[i];
+    }
+    void drop(unsigned i) const {
+        if (!has(i)) return;
+        std::destroy_at(strings() + i);
+        bits()[i / 64] &= ~(std::uint64_t{1} << (i % 64));
+    }
+    void move(unsigned from, unsigned to) const {
+        if (!has(from)) return;
+        made(to, std::move(strings()[from]));
+        drop(from);
+    }
+
+    std::string_view text(unsigned short i) const { return has(i) ? strings()[i].view() : before().text(i); }
+};
+
+FieldValues::FieldValues(const FieldValues& other) : FieldValues(other.count_) {
     if (!other.block_) return;
     if (other.form_ == Form::open) {
-        open_up();
-        std::copy_n(other.strings(), count_, strings());
+        const Open from = other.open(), to = opened_up();
+        to.before() = from.before();
+        for (unsigned i = 0; i < count_; ++i)
+            if (from.has(i)) to.made(i, from.strings()[i]);
         return;
     }
     block_ = static_cast<Block*>(::operator new(other.block_->size));
@@ -105,38 +149,48 @@ void FieldValues::swap(FieldValues& other) noexcept {
     std::swap(form_, other.form_);
 }
 
-bool FieldValues::all_empty() const noexcept {
-    if (stored_ == 0) return true;
-    if (form_ != Form::open) return packed([this](auto block) { return block.bytes() == stored_; });
-    return std::all_of(strings(), strings() + count_, [](const String& value) { return value.empty(); });
+bool FieldValues::all_empty() const noexcept { return total_size() == 0; }
+
+std::size_t FieldValues::total_size() const noexcept {
+    if (stored_ == 0) return 0;
+    if (form_ != Form::open) return packed([this](auto block) { return block.bytes() - stored_; });
+    std::size_t total = 0;
+    for (unsigned short i = 0; i < count_; ++i) total += open().text(i).size();
+    return total;
 }
 
 std::string_view FieldValues::other_text(unsigned short i) const noexcept {
-    return form_ == Form::wide ? Packed<std::uint32_t>{block_, stored_}.text(i) : strings()[i].view();
+    return form_ == Form::wide ? Packed<std::uint32_t>{block_, stored_}.text(i) : open().text(i);
 }
 
 const String& FieldValues::string(unsigned short i) const {
-    if (form_ != Form::open) open_up();
-    return strings()[i];
+    const Open values = opened_up();
+    return values.has(i) ? values.strings()[i] : values.made(i, values.before().text(i));
 }
 
 void FieldValues::set(unsigned short i, std::string_view new_text) {
-    if (form_ == Form::open || !overwrite(i, new_text)) put(i, String(new_text));
+    if (overwrite(i, new_text)) return;
+    const Open values = opened_up();
+    if (values.has(i)) {
+        values.strings()[i].assign(new_text);
+    } else {
+        values.made(i, new_text);
+    }
 }
 
 void FieldValues::set(unsigned short i, const String& new_text) {
-    if (form_ == Form::open || !overwrite(i, new_text.view())) put(i, String(new_text));
-}
-
-// A copy comes in, since the text may lie in this very object.
-void FieldValues::put(unsigned short i, String&& value) {
-    if (form_ != Form::open) open_up();
-    strings()[i].swap(value);
+    if (overwrite(i, new_text.view())) return;
+    const Open values = opened_up();
+    if (values.has(i)) {
+        values.strings()[i] = new_text;
+    } else {
+        values.made(i, new_text);
+    }
 }
 
 // A packed value is rewritten in its place when the new text is as long as the old one.
 bool FieldValues::overwrite(unsigned short i, std::string_view new_text) noexcept {
-    if (new_text.size() != text(i).size()) return false;
+    if (form_ == Form::open || new_text.size() != text(i).size()) return false;
     if (!new_text.empty())
         std::memmove(packed([i](auto block) { return block.place(i); }), new_text.data(), new_text.size());
     return true;
@@ -176,58 +230,54 @@ void FieldValues::resize(unsigned short count) {
         count_ = count;
     } else if (count > count_) {
         FieldValues wider(count);
-        wider.open_up();
-        std::move(strings(), strings() + count_, wider.strings());
+        const Open from = open(), to = wider.opened_up();
+        for (unsigned i = 0; i < count_; ++i)
+            if (from.has(i)) to.made(i, std::move(from.strings()[i]));
+        to.before().swap(from.before());
+        to.before().resize(count);
         swap(wider);
     } else {
-        std::destroy(strings() + count, strings() + count_);
-        stored_ = count_ = count;
+        for (unsigned i = count; i < count_; ++i) open().drop(i);
+        open().before().resize(count);
+        count_ = count;
     }
 }
 
 void FieldValues::erase(unsigned short i) noexcept {
     if (form_ == Form::open) {
-        std::move(strings() + i + 1, strings() + count_, strings() + i);
-        std::destroy_at(strings() + count_ - 1);
-        --stored_;
+        const Open values = open();
+        values.drop(i);
+        for (unsigned k = i + 1U; k < count_; ++k) values.move(k, k - 1);
+        values.before().erase(i);
     } else if (i < stored_) {
         packed([i](auto block) { block.erase(i); });
     }
     --count_;
 }
 
-String* FieldValues::strings() const noexcept {
-    return reinterpret_cast<String*>(reinterpret_cast<char*>(block_ + 1) + sizeof(Block*));
-}
+FieldValues::Open FieldValues::open() const noexcept { return {reinterpret_cast<Open::Head*>(block_), stored_}; }
 
-FieldValues::Block*& FieldValues::kept() const noexcept { return *reinterpret_cast<Block**>(block_ + 1); }
-
-void FieldValues::open_up() const {
-    const std::size_t size = sizeof(Block) + sizeof(Block*) + count_ * sizeof(String);
-    struct Memory {  // freed again when a text cannot be copied
-        void* block;
-        ~Memory() { ::operator delete(block); }
-    } memory{::operator new(size)};
-    String* opened = reinterpret_cast<String*>(static_cast<char*>(memory.block) + sizeof(Block) + sizeof(Block*));
-    unsigned short made = 0;
-    try {
-        for (; made < count_; ++made) new (opened + made) String(text(made));
-    } catch (...) {
-        std::destroy_n(opened, made);
-        throw;
+// No text is copied: that is for those values that are written or asked for.
+FieldValues::Open FieldValues::opened_up() const {
+    if (form_ != Form::open) {
+        const std::size_t size = Open::size_for(count_);
+        auto* head =
+            new (::operator new(size)) Open::Head{{static_cast<std::uint32_t>(size), false}, FieldValues(count_)};
+        std::swap(head->before.block_, block_);
+        std::swap(head->before.stored_, stored_);
+        std::swap(head->before.form_, form_);
+        block_ = &head->block;
+        stored_ = count_;
+        form_ = Form::open;
+        std::fill_n(open().bits(), Open::words(count_), 0);
     }
-    Block* before = block_;
-    block_ = static_cast<Block*>(std::exchange(memory.block, nullptr));
-    *block_ = {static_cast<std::uint32_t>(size), false};
-    stored_ = count_;
-    form_ = Form::open;
-    kept() = before;
+    return open();
 }
 
 void FieldValues::drop_block() noexcept {
     if (block_ && form_ == Form::open) {
-        std::destroy_n(strings(), stored_);
-        free_block(kept());
+        for (unsigned i = 0; i < count_; ++i) open().drop(i);
+        std::destroy_at(open().head);
     }
     free_block(block_);
     block_ = nullptr;
@@ -241,14 +291,14 @@ void FieldValues::free_block(Block* block) noexcept {
 
 std::size_t FieldValues::memory() const noexcept {
     if (!block_) return 0;
-    const std::size_t packed_bytes = form_ == Form::open && kept() ? kept()->size : 0;
-    return block_->size + packed_bytes;
+    return block_->size + (form_ == Form::open ? open().before().memory() : 0);
 }
 
 bool FieldValues::ok() const noexcept {
     if (!block_) return stored_ == 0 && form_ == Form::narrow;
-    if (form_ == Form::open) return stored_ == count_;
-    return stored_ <= count_ && packed([](auto block) { return block.ok(); });
+    if (form_ != Form::open) return stored_ <= count_ && packed([](auto block) { return block.ok(); });
+    const FieldValues& before = open().before();
+    return stored_ >= count_ && before.count_ == count_ && before.form_ != Form::open && before.ok();
 }
 
 }  // namespace kel

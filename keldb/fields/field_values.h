@@ -1,12 +1,12 @@
 // FieldValues: the texts of one record.
 //
 // A loaded record keeps its texts packed in one block of memory, one after the other; a record that was never written
-// to keeps nothing at all. A write, or a request for a value as a String, opens the record up: from then on every value
-// is a String of its own, and the packed block is kept beside them. So a text pointer, once handed out, stays good
-// until that value is written, values are added or removed, or the FieldValues goes.
+// to keeps nothing at all. A write, or a request for a value as a String, opens the record up: from then on each value
+// so written or asked for is a String of its own, and the others stay where they were. So a text pointer, once handed
+// out, stays good until that value is written, values are added or removed, or the FieldValues goes.
 //
 //     packed   block_ -> [size] [end of value 0, 1, 2 ...] [text 0 \0 text 1 \0 ...]
-//     open     block_ -> [size] [kept: the packed block] [String 0, String 1, ...]
+//     open     block_ -> [size] [before: the packed values] [which values are Strings] [String 0, String 1, ...]
 //     blank    block_ is null: every value is empty
 //
 // An end is the offset behind a value's zero byte, counted from the first text: 16 bits wide while the texts fit in
@@ -16,15 +16,17 @@
 // loaded record is one allocation. Such a FieldValues does not outlive that memory; copies of it have blocks of their
 // own.
 //
-// Which form it is, and how many values the block holds (`stored`), stands beside the pointer, so that a value is found
-// with one step into the block.
+// Which form it is, and for how many values the block has a place (`stored`), stands beside the pointer, so that a
+// value is found with one step into the block.
 //
-// Invariants: values from `stored` on are empty; in the open form `stored` equals the count, and no String moves while
-// the count stays; every text is followed by a zero byte.
+// Invariants: values from `stored` on are empty; in the open form `stored` is the count at which the record was opened
+// up and has not grown since, the values before are as many as these, and not open, and no String moves while the count
+// stays; every text is followed by a zero byte.
 // Used from one thread at a time, reading included (reading a value as a String may open the record up).
 #ifndef KELDB_FIELDS_FIELD_VALUES_H
 #define KELDB_FIELDS_FIELD_VALUES_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -85,9 +87,38 @@ public:
         }
         return other_text(i);
     }
+    // A String of its own with the value: as String(text(i)), quicker.
+    String copy(unsigned short i) const {
+        if (i >= stored_ || form_ != Form::narrow) return String(text(i));
+        const std::size_t readable =
+            static_cast<std::size_t>(narrow_texts() + narrow_ends()[stored_ - 1] - text(i).data());
+        return String::copied(text(i), readable);
+    }
+    std::size_t total_size() const noexcept;  // the lengths of all texts, added up
+
+    // act(text, readable) for each value in order; `readable` bytes from the text's start may be read, its own at
+    // least.
+    template <class Act>
+    void for_each(Act act) const {
+        if (form_ == Form::narrow) {
+            const std::uint16_t* ends = narrow_ends();
+            const char* texts = narrow_texts();
+            const std::size_t all = stored_ ? ends[stored_ - 1] : 0;
+            std::size_t begin = 0;
+            for (unsigned i = 0; i < stored_; begin = ends[i++])
+                act(std::string_view(texts + begin, ends[i] - begin - 1), all - begin);
+        } else {
+            for (unsigned short i = 0; i < std::min(stored_, count_); ++i) {
+                const std::string_view value = other_text(i);
+                act(value, value.size());
+            }
+        }
+        for (unsigned i = stored_; i < count_; ++i) act(std::string_view(kNothing, 0), 0);
+    }
+
     const String& string(unsigned short i) const;  // opens the record up; the reference lives like a text pointer
 
-    // Strong: when memory is out nothing has changed. `text` may point into this very object.
+    // Strong: when memory is out nothing has changed. The text may lie in this very object.
     void set(unsigned short i, std::string_view text);
     void set(unsigned short i, const String& text);
 
@@ -111,6 +142,7 @@ private:
         bool embedded;
     };
     static_assert(sizeof(Block) == 8);
+    struct Open;  // the block of the open form
     template <class End>
     struct Packed;  // a packed block read with ends of this width
     template <class Act>
@@ -120,11 +152,9 @@ private:
     const std::uint16_t* narrow_ends() const noexcept { return reinterpret_cast<const std::uint16_t*>(block_ + 1); }
     const char* narrow_texts() const noexcept { return reinterpret_cast<const char*>(narrow_ends() + stored_); }
     std::string_view other_text(unsigned short i) const noexcept;
-    void put(unsigned short i, String&& value);
+    Open open() const noexcept;
+    Open opened_up() const;
     bool overwrite(unsigned short i, std::string_view text) noexcept;
-    String* strings() const noexcept;
-    Block*& kept() const noexcept;
-    void open_up() const;
     void drop_block() noexcept;
     static void free_block(Block* block) noexcept;
     void take_block(Block* block, const ValueBuilder& values, bool embedded) noexcept;

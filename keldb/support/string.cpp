@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr std::size_t kMostSpare = std::numeric_limits<unsigned>::max();
 // A block must never be larger than what a pointer difference can count.
 constexpr std::size_t kLongest = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max()) / 2;
 
@@ -24,7 +25,7 @@ String::Shared* String::allocate(std::size_t size, std::size_t spare) {
     if (size > kLongest) {
         throw Qv::Exception::BadAlloc();
     }
-    spare = std::min<std::size_t>(spare, std::numeric_limits<unsigned>::max());
+    spare = std::min(spare, kMostSpare);
     auto* block = static_cast<Shared*>(OS().reallocate(nullptr, sizeof(Shared) + size + spare));
     block->holders = 1;
     block->spare = static_cast<unsigned>(spare);
@@ -55,6 +56,28 @@ void String::let_go() noexcept {
 // Another thread may be letting go of its copy of the same text: its last reads come before ours from here on.
 bool String::holds_alone() const noexcept {
     return is_shared() && __atomic_load_n(&shared()->holders, __ATOMIC_ACQUIRE) == 1;
+}
+
+// Room is not kept for a text that fills less than half of it: one long value must not hold its memory for good.
+void String::assign(std::string_view text) {
+    if (!is_shared() && text.size() <= kInline) {
+        kel::copy_up_to_16(bytes_, text.data(), text.size());
+        set_inline_size(text.size());
+        return;
+    }
+    if (holds_alone()) {
+        Shared* block = shared();
+        const std::size_t room = block->size + block->spare;
+        if (text.size() <= room && text.size() >= room / 2) {
+            std::memmove(block->text, text.data(), text.size());
+            block->size = text.size();
+            block->spare = static_cast<unsigned>(std::min<std::size_t>(room - text.size(), kMostSpare));
+            block->text[text.size()] = 0;
+            return;
+        }
+    }
+    String fresh(text);
+    swap(fresh);
 }
 
 String& String::operator+=(std::string_view text) {

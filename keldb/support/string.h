@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "keldb/support/export.h"
+#include "keldb/support/small_copy.h"
 
 class KELDB_API String {
 public:
@@ -24,7 +25,7 @@ public:
     String(const char* text, std::size_t length) : String(std::string_view(text, length)) {}
     explicit String(std::string_view text) {
         if (text.size() <= kInline) {
-            if (!text.empty()) std::memcpy(bytes_, text.data(), text.size());
+            kel::copy_up_to_16(bytes_, text.data(), text.size());
             set_inline_size(text.size());
         } else {
             make_shared(text);
@@ -56,6 +57,18 @@ public:
         std::memcpy(bytes_, other.bytes_, sizeof bytes_);
         std::memcpy(other.bytes_, held, sizeof bytes_);
     }
+
+    // The text as a String, quicker: `readable` bytes from its start may be read, its own at least. A short one is then
+    // taken by a move of fixed size, without a branch on its length.
+    static String copied(std::string_view text, std::size_t readable) {
+        if (text.size() > kInline || readable < sizeof bytes_) return String(text);
+        String copy;
+        std::memcpy(copy.bytes_, text.data(), sizeof bytes_);
+        copy.set_inline_size(text.size());
+        return copy;
+    }
+    // Takes the text, which may lie in this String, into the memory that it has, where it fits there.
+    void assign(std::string_view text);
 
     const char* c_str() const noexcept { return is_shared() ? shared()->text : bytes_; }
     std::size_t size() const noexcept {

@@ -47,12 +47,13 @@ std::unique_ptr<kel::AtomicFile> atomic_file(const WString& path, const WString&
 }
 
 // Takes out each CR that stands before a LF, in place. The first `clean` bytes hold no CR.
-void join_line_ends(std::string& text, std::size_t clean) {
+void join_line_ends(kel::ByteBuffer& text, std::size_t clean) {
+    if (clean == text.size()) return;
     char* const end = text.data() + text.size();
     auto* from = static_cast<char*>(std::memchr(text.data() + clean, '\r', text.size() - clean));
     char* to = from;
     while (from && from != end) {
-        const bool dropped = from[1] == '\n';  // a CR at the very end is followed by the string's own zero byte
+        const bool dropped = from + 1 != end && from[1] == '\n';
         from += dropped ? 1 : 0;
         auto* next = static_cast<char*>(std::memchr(from + 1, '\r', static_cast<std::size_t>(end - from - 1)));
         const auto length = static_cast<std::size_t>((next ? next : end) - from);
@@ -61,7 +62,7 @@ void join_line_ends(std::string& text, std::size_t clean) {
         from = next;
     }
     if (to) {
-        text.resize(static_cast<std::size_t>(to - text.data()));
+        text.truncate(static_cast<std::size_t>(to - text.data()));
     }
 }
 
@@ -74,7 +75,7 @@ TextFile::~TextFile() = default;
 
 TextFile TextFile::fromBytes(std::string_view bytes) {
     TextFile file;
-    file.text_ = bytes;
+    file.text_.append(bytes);
     file.tidy(0);
     return file;
 }
@@ -114,19 +115,18 @@ bool TextFile::window_at_end() { return window_->at_end(); }
 // Each piece is searched for a CR while it is at hand: most files have none and need no second pass.
 bool TextFile::read_all(int file) {
     const std::size_t expected = expected_size(file);
-    text_.reserve(expected + 1);
-    kel::prefer_huge_pages(text_.data(), expected);
-    const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);
+    kel::prefer_huge_pages(text_.room(expected + kPiece), expected);
     std::size_t clean = 0;
     ssize_t got = 1;
     while (got != 0) {
-        got = OS().read(file, piece.get(), kPiece);
+        char* const piece = text_.room(kPiece);
+        got = OS().read(file, piece, kPiece);
         if (got < 0 && errno != EINTR) {
             return false;
         }
-        const std::string_view bytes(piece.get(), got > 0 ? static_cast<std::size_t>(got) : 0);
-        clean += clean == text_.size() && bytes.find('\r') == std::string_view::npos ? bytes.size() : 0;
-        text_.append(bytes);
+        const std::size_t bytes = got > 0 ? static_cast<std::size_t>(got) : 0;
+        clean += clean == text_.size() && !std::memchr(piece, '\r', bytes) ? bytes : 0;
+        text_.take(bytes);
     }
     tidy(clean);
     return true;
@@ -135,18 +135,20 @@ bool TextFile::read_all(int file) {
 // Makes bytes as they come from a file into lines.
 void TextFile::tidy(std::size_t clean) {
     join_line_ends(text_, clean);
-    if (text_.starts_with(kel::kByteOrderMark)) {
-        text_.erase(0, kel::kByteOrderMark.size());
+    if (text_.view().starts_with(kel::kByteOrderMark)) {
+        const std::size_t left = text_.size() - kel::kByteOrderMark.size();
+        std::memmove(text_.data(), text_.data() + kel::kByteOrderMark.size(), left);
+        text_.truncate(left);
     }
-    if (!text_.empty() && text_.back() != '\n') {
-        text_.push_back('\n');
+    if (!text_.view().empty() && text_.view().back() != '\n') {
+        text_.append("\n");
     }
 }
 
 void TextFile::index_lines() const {
     std::size_t start = ends_.empty() ? 0 : ends_.back();
     while (start < text_.size()) {
-        const std::size_t end = text_.find('\n', start);
+        const std::size_t end = text_.view().find('\n', start);
         if (end == std::string::npos) {
             return;  // a line that is still open
         }
@@ -166,7 +168,7 @@ std::string_view TextFile::line(std::size_t line) const {
         return {};
     }
     const std::size_t start = line ? ends_[line - 1] : 0;
-    return std::string_view(text_).substr(start, ends_[line] - 1 - start);
+    return text_.view().substr(start, ends_[line] - 1 - start);
 }
 
 String TextFile::operator[](std::size_t line) const { return String(this->line(line)); }
@@ -180,7 +182,7 @@ std::string_view TextFile::nextLine() {
         ++nextNumber_;
         return line;
     }
-    const std::string_view rest = std::string_view(text_).substr(next_);
+    const std::string_view rest = text_.view().substr(next_);
     const std::string_view line = rest.substr(0, rest.find('\n'));
     next_ += std::min(line.size() + 1, rest.size());
     ++nextNumber_;
@@ -191,27 +193,27 @@ void TextFile::appendLine(std::string_view line) {
     const std::size_t before = text_.size();
     text_.append(line);
     try {
-        text_.push_back('\n');
+        text_.append("\n");
     } catch (...) {
-        text_.resize(before);
+        text_.truncate(before);
         throw;
     }
-    if (saving_ && text_.size() >= kPieceBytes) hand_down();
+    hand_down_pieces();
 }
 
-char* TextFile::lineRoom(std::size_t bytes) {
-    if (bytes > line_room_bytes_) {
-        line_room_ = std::make_unique_for_overwrite<char[]>(2 * bytes);
-        line_room_bytes_ = 2 * bytes;
-    }
-    return line_room_.get();
+char* TextFile::startLine(std::size_t bytes) { return text_.room(bytes + 1); }
+
+void TextFile::finishLine(char* end) {
+    *end++ = '\n';
+    text_.take(static_cast<std::size_t>(end - text_.data()) - text_.size());
+    hand_down_pieces();
 }
 
 bool TextFile::save(const WString& path, int /*style*/) const { return saveLike(path, WString()); }
 
 bool TextFile::saveLike(const WString& path, const WString& modeLike) const {
     const std::unique_ptr<kel::AtomicFile> file = atomic_file(path, modeLike);
-    return file->open() && file->write(text_) && file->commit();
+    return file->open() && file->write(text_.view()) && file->commit();
 }
 
 // What cannot be opened or written is remembered by the file itself, which takes no more then.
@@ -220,12 +222,13 @@ void TextFile::startSaving(const WString& path, const WString& modeLike) {
     saving_->open();
 }
 
-void TextFile::hand_down() {
-    saving_->write(text_);
+void TextFile::hand_down_pieces() {
+    if (!saving_ || text_.size() < kPieceBytes) return;
+    saving_->write(text_.view());
     text_.clear();
 }
 
 bool TextFile::finishSaving() {
     const std::unique_ptr<kel::AtomicFile> file = std::move(saving_);
-    return file && file->write(text_) && file->commit();
+    return file && file->write(text_.view()) && file->commit();
 }

@@ -11,10 +11,10 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "keldb/support/byte_buffer.h"
 #include "keldb/support/export.h"
 #include "keldb/support/string.h"
 #include "keldb/support/wstring.h"
@@ -52,8 +52,10 @@ public:
     std::size_t lineNumber() const noexcept { return nextNumber_; }  // 0-based number of the line nextLine gives next
 
     void appendLine(std::string_view line);  // a LF inside it ends a line there
-    // Room for a line that is being formed, to be given to appendLine; lives until the next call.
-    char* lineRoom(std::size_t bytes);
+    // The same for a line that is formed in place: where to write it, with `bytes` of room; and once that is done, the
+    // place behind its last byte.
+    char* startLine(std::size_t bytes);
+    void finishLine(char* end);
 
     // Writes all lines to the file, each ended by LF. `style` is 1 in every call. True on success.
     //
@@ -74,25 +76,23 @@ public:
     void startSaving(const WString& path, const WString& modeLike);
     bool finishSaving();
 
-    const std::string& bytes() const noexcept { return text_; }  // every line held, with its LF
+    std::string_view bytes() const noexcept { return text_.view(); }  // every line held, with its LF
 
 private:
     static constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 
     bool window_at_end();
-    void hand_down();
+    void hand_down_pieces();
     bool read_all(int file);
     void tidy(std::size_t clean);
     void index_lines() const;
 
-    std::string text_;      // every line followed by LF
+    kel::ByteBuffer text_;  // every line followed by LF
     std::size_t next_ = 0;  // where nextLine reads
     std::size_t nextNumber_ = 0;
     mutable std::vector<std::size_t> ends_;    // for each line, where the next one starts; made on demand
     std::unique_ptr<kel::ReadWindow> window_;  // while reading line by line
     std::unique_ptr<kel::AtomicFile> saving_;  // between startSaving and finishSaving
-    std::unique_ptr<char[]> line_room_;
-    std::size_t line_room_bytes_ = 0;
 };
 
 #endif

@@ -49,7 +49,8 @@ int keldb::get_fieldsize(unsigned field) const {
 
 String keldb::getField(unsigned row, unsigned field) {
     const dbrecord* record = get_record(row);
-    return record ? String(record->field_text(field)) : String();
+    return record && field < record->get_num_fields() ? record->values().copy(static_cast<unsigned short>(field))
+                                                      : String();
 }
 
 namespace {

@@ -1,7 +1,7 @@
 #include "keldb/textfile/line_splitter.h"
 
 #include "keldb/support/ascii.h"
-#include "keldb/textfile/byte_words.h"
+#include "keldb/textfile/byte_steps.h"
 
 namespace kel {
 namespace {
@@ -13,14 +13,13 @@ struct Place {
 
 // Copies up to the first double quote or backslash. What it writes never passes the source by more than it read.
 Place copy_plain(Place at, const char* end) noexcept {
-    while (end - at.from >= static_cast<std::ptrdiff_t>(kWordBytes)) {
-        const ByteWord word = load_word(at.from);
-        store_word(at.to, word);
-        const ByteWord marks = marks_of(word, '"') | marks_of(word, '\\');
-        const std::size_t plain = marks != 0 ? first_mark(marks) : kWordBytes;
+    while (end - at.from >= static_cast<std::ptrdiff_t>(kStepBytes)) {
+        const ByteStep step(at.from);
+        step.copy_to(at.to);
+        const unsigned plain = step.first_of<'"', '\\'>();
         at.from += plain;
         at.to += plain;
-        if (marks != 0) return at;
+        if (plain != kStepBytes) return at;
     }
     while (at.from != end && *at.from != '"' && *at.from != '\\') *at.to++ = *at.from++;
     return at;

@@ -47,15 +47,14 @@ void write_all(const kel::RecordArray& records, int tag_field, TextFile& file) {
 
 // The line is formed in room for the worst case.
 int dbrecord::write(TextFile& file) const {
-    std::size_t room = 0;
-    for (unsigned i = 0; i < get_num_fields(); ++i) room += kel::quoted_room(field_text(i).size()) + 1;
-    char* const start = file.lineRoom(room);
-    char* to = start;
-    for (unsigned i = 0; i < get_num_fields(); ++i) {
-        if (i != 0) *to++ = ',';
-        to = kel::put_quoted(to, field_text(i));
-    }
-    file.appendLine({start, static_cast<std::size_t>(to - start)});
+    const std::size_t room = kel::quoted_room(0) + 1;
+    char* to = file.startLine(2 * values_.total_size() + room * values_.size() + kel::kQuotingSpill);
+    char* const start = to;
+    values_.for_each([&](std::string_view text, std::size_t readable) {
+        to = kel::put_quoted(to, text, readable);
+        *to++ = ',';
+    });
+    file.finishLine(to == start ? to : to - 1);
     changed_ = 0;
     return 1;
 }

@@ -1,11 +1,12 @@
 #include "keldb/textfile/value_quoting.h"
 
-#include "keldb/textfile/byte_words.h"
+#include <algorithm>
+#include <cstring>
+
+#include "keldb/textfile/byte_steps.h"
 
 namespace kel {
 namespace {
-
-constexpr bool needs_care(char c) { return c == '"' || c == '\n' || c == '\r'; }
 
 char* put_with_care(char* to, char c) noexcept {
     switch (c) {
@@ -25,26 +26,25 @@ char* put_with_care(char* to, char c) noexcept {
 
 }  // namespace
 
-// Plain stretches are copied in words as they are looked at. What that writes too much lies inside the room.
-char* put_quoted(char* to, std::string_view value) noexcept {
+// Plain stretches are copied in steps as they are looked at. What that writes too much is written over by what follows.
+char* put_quoted(char* to, std::string_view value, std::size_t readable) noexcept {
+    static_assert(kStepBytes <= kQuotingSpill);
     const char* from = value.data();
     const char* const end = from + value.size();
+    const char* const readable_end = from + readable;
     *to++ = '"';
-    while (end - from >= static_cast<std::ptrdiff_t>(kWordBytes)) {
-        const ByteWord word = load_word(from);
-        store_word(to, word);
-        const ByteWord marks = marks_of(word, '"') | marks_of(word, '\n') | marks_of(word, '\r');
-        const std::size_t plain = marks != 0 ? first_mark(marks) : kWordBytes;
+    while (from != end) {
+        const auto left = static_cast<std::size_t>(end - from);
+        char last[kStepBytes] = {};  // the value's last bytes, when a whole step would read too far
+        const bool near_end = readable_end - from < static_cast<std::ptrdiff_t>(kStepBytes);
+        if (near_end) std::memcpy(last, from, left);
+        const ByteStep step(near_end ? last : from);
+        step.copy_to(to);
+        const std::size_t marked = step.first_of<'"', '\n', '\r'>();
+        const std::size_t plain = std::min(marked, left);
         to += plain;
         from += plain;
-        if (marks != 0) to = put_with_care(to, *from++);
-    }
-    for (; from != end; ++from) {
-        if (needs_care(*from)) {
-            to = put_with_care(to, *from);
-        } else {
-            *to++ = *from;
-        }
+        if (marked < std::min(left, kStepBytes)) to = put_with_care(to, *from++);
     }
     *to++ = '"';
     return to;

@@ -13,11 +13,13 @@
 
 namespace kel {
 
-// The most bytes that a quoted value of this length takes.
+// The most bytes that a quoted value of this length takes, and how many more behind it are written over on the way.
 constexpr std::size_t quoted_room(std::size_t length) noexcept { return 2 * length + 2; }
+inline constexpr std::size_t kQuotingSpill = 16;
 
-// Writes the value in quotes; returns the place behind it. `to` has quoted_room of it.
-char* put_quoted(char* to, std::string_view value) noexcept;
+// Writes the value in quotes; returns the place behind it. `to` has quoted_room of it and the spill. `readable` bytes
+// from the value's start may be read, the value's own at least; with some more behind it the work is quicker.
+char* put_quoted(char* to, std::string_view value, std::size_t readable) noexcept;
 
 }  // namespace kel
 

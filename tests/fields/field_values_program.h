@@ -49,10 +49,18 @@ private:
             const auto empty = [](const std::string& text) { return text.empty(); };
             if (values.all_empty() != std::all_of(twin.begin(), twin.end(), empty)) return "all_empty is wrong";
             if ((values.memory() == 0) != (values.address() == nullptr)) return "memory without a block";
-            for (unsigned short i = 0; i < values.size(); ++i) {
-                const std::string_view text = values.text(i);
-                if (text != twin[i] || text.data()[text.size()] != '\0') return "value " + std::to_string(i);
-            }
+            unsigned short i = 0;
+            std::size_t total = 0;
+            std::string wrong;
+            values.for_each([&](std::string_view text, std::size_t readable) {
+                const bool walked = text == twin[i] && std::string(text.data(), readable).starts_with(text);
+                if (!walked || values.text(i) != text || values.copy(i) != text ||
+                    values.text(i).data()[text.size()] != '\0')
+                    wrong = "value " + std::to_string(i);
+                total += twin[i++].size();
+            });
+            if (!wrong.empty()) return wrong;
+            if (i != twin.size() || values.total_size() != total) return "total_size, or the walk, is wrong";
             for (const Held& h : held) {
                 if ((h.string ? h.string->view() : h.text) != h.expected) return "a text handed out has changed";
             }

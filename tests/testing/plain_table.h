@@ -75,7 +75,7 @@ inline std::string saved_bytes(keldb& table) {
         if (tag >= 0) table[row].set_field(tag, static_cast<int>(table[row].get_tag()));
         table[row].write(file);
     }
-    return file.bytes();
+    return std::string(file.bytes());
 }
 
 // Saves and loads the table: what is wrong with the promise that it comes back equal exactly when storage_losses names
