@@ -1,4 +1,5 @@
-// Opening, saving, and reading and writing single values, beside rows of std::vector<std::string> and SQLite in memory.
+// Opening, saving, and reading and writing single values, beside rows of std::vector<std::string>, a CSV parser and
+// SQLite in memory.
 //
 //     load                            the file into a table, again and again in one process; SQLite: the insert of rows
 //                                     that were read before
@@ -42,6 +43,7 @@ namespace {
 constexpr int kAllRecords = 2000000000;
 constexpr const char* kRowsOfStrings = "vector<vector<string>>";
 constexpr const char* kGetline = "getline, vectors";
+constexpr const char* kCsvParser = "CSV parser, vectors";
 constexpr const char* kAppend = "appending";
 
 std::unique_ptr<keldb> load(const std::string& path) {
@@ -106,6 +108,10 @@ void add_loads(unsigned records) {
     add_timing("load", kGetline, records, [=] {
         PlainRows rows;
         return seconds([&] { rows = read_plainly(log_file(records)); });
+    });
+    add_timing("load", kCsvParser, records, [=] {
+        PlainRows rows;
+        return seconds([&] { rows = read_with_csv_parser(log_file(records)); });
     });
     add_timing("load", kSqlite, records, [=] {
         const PlainRows rows = read_plainly(log_file(records));

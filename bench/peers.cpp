@@ -3,6 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#define CSV_IO_NO_THREAD
+#include <libfccp/csv.h>
+
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -60,6 +64,20 @@ PlainRows read_plainly(const std::string& path) {
     for (int i = 0; i < kHeaderLines; ++i) std::getline(file, line);
     PlainRows rows;
     while (std::getline(file, line)) rows.push_back(split(line));
+    return rows;
+}
+
+PlainRows read_with_csv_parser(const std::string& path) {
+    io::CSVReader<kFields, io::trim_chars<>, io::double_quote_escape<',', '"'>> reader(path);
+    for (int i = 0; i < kHeaderLines; ++i) reader.next_line();
+    std::array<char*, kFields> values{};
+    PlainRows rows;
+    const auto all = std::make_index_sequence<kFields>();
+    [&]<std::size_t... i>(std::index_sequence<i...>) {
+        reader.set_header(kFieldNames[i]...);
+        while (reader.read_row(values[i]...)) rows.emplace_back(values.begin(), values.end());
+    }
+    (all);
     return rows;
 }
 
