@@ -100,10 +100,10 @@ public:
     // least.
     template <class Act>
     void for_each(Act act) const {
-        if (form_ == Form::narrow) {
+        if (form_ == Form::narrow && stored_ != 0) {
             const std::uint16_t* ends = narrow_ends();
             const char* texts = narrow_texts();
-            const std::size_t all = stored_ ? ends[stored_ - 1] : 0;
+            const std::size_t all = ends[stored_ - 1];
             std::size_t begin = 0;
             for (unsigned i = 0; i < stored_; begin = ends[i++])
                 act(std::string_view(texts + begin, ends[i] - begin - 1), all - begin);

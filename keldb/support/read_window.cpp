@@ -52,7 +52,11 @@ bool ReadWindow::fill() {
     return got > 0;
 }
 
-bool ReadWindow::at_end() { return begin_ == end_ && !fill(); }
+bool ReadWindow::at_end() {
+    if (begin_ < end_) return false;
+    begin_ = end_ = 0;
+    return !fill();
+}
 
 std::string_view ReadWindow::next_line() {
     std::size_t searched = 0;
