@@ -32,27 +32,19 @@ std::vector<fs::path> inputs(int count, char** names) {
     return found;
 }
 
-// The target gets a block of exactly the input's size: a read past its end is then a fault that sanitizers see.
-bool replay(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return false;
-    const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    const auto block = std::make_unique<std::uint8_t[]>(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), block.get());
-    LLVMFuzzerTestOneInput(block.get(), bytes.size());
-    return true;
-}
-
 }  // namespace
 
 int main(int count, char** names) {
     int replayed = 0;
     for (const fs::path& path : inputs(count, names)) {
         std::fprintf(stderr, "%s\n", path.c_str());
-        if (!replay(path)) {
-            std::fprintf(stderr, "cannot read it\n");
-            return 1;
-        }
+        std::ifstream file(path, std::ios::binary);
+        if (!file) return 1;
+        const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        // A block of exactly the input's size: a read past its end is then a fault that sanitizers see.
+        const auto block = std::make_unique<std::uint8_t[]>(bytes.size());
+        std::copy(bytes.begin(), bytes.end(), block.get());
+        LLVMFuzzerTestOneInput(block.get(), bytes.size());
         ++replayed;
     }
     std::fprintf(stderr, "%d inputs replayed\n", replayed);

@@ -1,14 +1,51 @@
-// Field maps: made from a source and its stored text, arranged, and written back.
+// Field maps: the numbers that a stored text stands for, maps made from a source, arranged, and written back.
+
+#include "keldb/fieldmap/field_map.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
-#include "keldb/fieldmap/field_map.h"
+#include "keldb/fieldmap/map_text.h"
 #include "tests/testing/table_text.h"
+#include "tests/testing/texts.h"
 
 namespace {
+
+using namespace std::string_view_literals;
+
+// The reading by scanf itself, character position by character position: a number takes at most three of them.
+std::vector<int> read_slowly(const std::string& text) {
+    std::vector<int> numbers;
+    std::size_t p = 0;
+    int number = 0;
+    while (p < text.size() && std::sscanf(text.substr(p, 3).c_str(), "%d", &number) == 1) {
+        if (number != 0) numbers.push_back(number);
+        const std::size_t before = p;
+        while (p < text.size() && "0123456789-"sv.find(text[p]) != std::string_view::npos) ++p;
+        if (p < text.size() && text[p] == ' ') ++p;
+        if (p == before) break;
+    }
+    return numbers;
+}
+
+TEST(MapText, ReadsEveryShortTextAsScanfDoes) {
+    const auto compare = [](const std::string& text) {
+        const auto exact = testing_kit::exact_copy(text);
+        ASSERT_EQ(kel::read_map({exact.get(), text.size()}), read_slowly(text)) << '"' << text << '"';
+    };
+    for (std::size_t length = 0; length <= 6; ++length) testing_kit::every_text("012-+ ,x", length, compare);
+    for (std::size_t length = 0; length <= 5; ++length) testing_kit::every_text("9- \t\n\v\f\r", length, compare);
+    for (const std::string_view text : {"999 1000 -99 -1234 99999999999999999999 2"sv, "3 -1 2"sv, "1 \0 2"sv}) {
+        compare(std::string(text));
+    }
+    EXPECT_EQ(kel::read_map("1 \xA0 2"), std::vector<int>{1});  // in no locale a blank
+}
 
 // The entries in order: "-" in front of a hidden one, "()" for the empty name.
 std::string shown(const FieldMap& map) {
@@ -29,160 +66,103 @@ FieldMap map_of(std::string_view entries) {
     return map;
 }
 
-struct Stored {
-    const char* text;  // null: no parameter
-    const char* shown;
-    const char* written;
-};
-
-const Stored kStored[] = {
-    {nullptr, "Name Reel Scene", "1 2 3"},
-    {"3 -1 2", "Scene -Name Reel", "3 -1 2"},
-    {"2 2 -2", "Reel", "2"},
-    {"1  2", "Name Reel", "1 2"},
-    {"+2 1", "Reel", "2"},
-    {"4 9 1 -5", "() Name", "0 1"},  // numbers that name no field: the empty name, once
-    {"-4 2", "-() Reel", "-0 2"},
-    {"0 -0", "Name Reel Scene", "1 2 3"},
-    {"x 1", "Name Reel Scene", "1 2 3"},
-};
-
-class Map : public testing::Test {
-protected:
+struct Map : testing::Test {
     keldb table = testing_kit::table_of("Name:a Reel:a Scene:a");
 };
 
 TEST_F(Map, ReadsAndWritesTheStoredText) {
-    for (const Stored& stored : kStored) {
-        SCOPED_TRACE(stored.text ? stored.text : "(none)");
+    const struct {
+        const char *text, *shown, *written;
+    } kStored[] = {{nullptr, "Name Reel Scene", "1 2 3"},  // no parameter
+                   {"3 -1 2", "Scene -Name Reel", "3 -1 2"},
+                   {"+2 1", "Reel", "2"},
+                   {"2 2 -2 4 9 -5", "Reel ()", "2 0"},  // what names no field: the empty name, once
+                   {"-4 2", "-() Reel", "-0 2"},
+                   {"0 -0", "Name Reel Scene", "1 2 3"}};
+    for (const auto& [text, expected, written] : kStored) {
         keldb source(table);
-        if (stored.text) source.add_param(FieldMap::kParameter, stored.text);
+        if (text) source.add_param(FieldMap::kParameter, text);
         const FieldMap map(source);
-        EXPECT_EQ(shown(map), stored.shown);
-        EXPECT_EQ(map.asString(), stored.written);
-        EXPECT_EQ(source.get_num_params(), stored.text ? 2U : 0U);  // the map itself stores nothing
+        EXPECT_EQ(shown(map), expected);
+        EXPECT_EQ(map.asString(), written);
+        EXPECT_EQ(source.get_num_params(), text ? 2U : 0U);  // the map itself stores nothing
+        EXPECT_EQ(map.getSourceDb()->size(), 0);             // through a view of its own, which shows no rows
     }
 }
 
 TEST_F(Map, GivesBackVisibleNumbersTo999AndHiddenOnesTo99) {
-    struct Row {
-        const char* entry;  // named as it is written
-        bool comes_back;
-    };
     keldb wide;
     for (int i = 1; i <= 1001; ++i) wide.addField({String(std::to_string(i)), DBFieldTypes::text});
-    for (const Row& row :
-         {Row{"-99", true}, Row{"-100", false}, Row{"100", true}, Row{"999", true}, Row{"1000", false}}) {
-        FieldMap map = map_of(row.entry);
+    const std::pair<const char*, bool> kEntries[] = {{"-99", true}, {"-100", false}, {"999", true}, {"1000", false}};
+    for (const auto& [entry, comes_back] : kEntries) {  // named as it is written
+        FieldMap map = map_of(entry);
         const ODBView source(&wide);
         map.setSourceDb(source);
-        EXPECT_EQ(map.asString(), row.entry);
-        source->add_param(FieldMap::kParameter, row.entry);
-        EXPECT_EQ(shown(FieldMap(source)) == row.entry, row.comes_back) << row.entry;
+        EXPECT_EQ(map.asString(), entry);
+        source->add_param(FieldMap::kParameter, entry);
+        EXPECT_EQ(shown(FieldMap(source)) == entry, comes_back) << entry;
     }
-}
-
-TEST_F(Map, ReadsTheParameterOfTheViewItIsGiven) {
-    const ODBView view(&table);
-    table.add_param(FieldMap::kParameter, "1");
-    EXPECT_EQ(shown(FieldMap(view)), "Name Reel Scene");  // attached before the table had one
-    view->add_param("v5_field_map", "-3");
-    EXPECT_EQ(shown(FieldMap(view)), "-Scene");
-    EXPECT_EQ(shown(FieldMap(table)), "Name");
-    EXPECT_EQ(FieldMap(table).getSourceDb()->size(), 0);  // a view of its own, which shows no rows
 }
 
 TEST_F(Map, KeepsWhatItHoldsWhenASourceComes) {
     FieldMap map = map_of("-scene Other");
     EXPECT_EQ(map.asString(), "-1 2");
     EXPECT_EQ(map.getVisibleFieldIndex(0), -1);  // without a source
-    map.setSourceDb(ODBView(&table));
-    EXPECT_EQ(shown(map), "-scene Other");
+    const ODBView view(&table);
+    map.setSourceDb(view);
     EXPECT_EQ(map.asString(), "-3 0");
-    table.add_param(FieldMap::kParameter, "3 -1");
-    map.setSourceDb(ODBView(&table));
-    EXPECT_EQ(shown(map), "-scene Other -Name");
+    view->add_param("v5_field_map", "3 -1");  // of the view, not of its table
+    map.setSourceDb(view);
+    EXPECT_EQ(shown(FieldMap(table)), "Name Reel Scene");
     for (const ODBView& nothing : {ODBView(), ODBView(static_cast<keldb*>(nullptr))}) {
-        EXPECT_EQ(FieldMap(nothing).asString(), "");
         FieldMap copy(map);
         copy.setSourceDb(nothing);
         EXPECT_EQ(shown(copy), "-scene Other -Name");
+        EXPECT_EQ(FieldMap(nothing).asString(), "");
     }
     map.clear();
-    EXPECT_EQ(map.asString(), "");
     map.append("Reel", true);
     EXPECT_EQ(map.asString(), "2");  // the source has stayed
+    EXPECT_EQ(view->refs(), 2U);
 }
 
 TEST_F(Map, FindsNamesInAnyCase) {
-    FieldMap map(table);
-    map.append("REEL", false);
-    EXPECT_EQ(shown(map), "Name Reel Scene");
-    map.setVisible(1, false);
-    EXPECT_FALSE(map.isVisible("reel"));
-    EXPECT_TRUE(map.isVisible("NAME"));
-    EXPECT_FALSE(map.isVisible("Take") || map.containsField("") || !map.containsField("sCENE"));
-    EXPECT_FALSE(map.remove("Take"));
-    EXPECT_TRUE(map.remove("name"));
-    EXPECT_EQ(shown(map), "-Reel Scene");
     keldb repeats = testing_kit::table_of("Name:a NAME:a Reel:a");
-    EXPECT_EQ(shown(FieldMap(repeats)), "Name Reel");
+    FieldMap map(repeats);
+    map.append("REEL", false);
+    EXPECT_EQ(shown(map), "Name Reel");
+    map.invertVisible(1);
+    EXPECT_TRUE(map.isVisible("NAME") && map.containsField("reel"));
+    EXPECT_FALSE(map.isVisible("reel") || map.isVisible("Take") || map.containsField("") || map.remove("Take"));
+    EXPECT_TRUE(map.remove("nAME"));
+    EXPECT_EQ(shown(map), "-Reel");
 }
 
-TEST_F(Map, ArrangesEntries) {
-    FieldMap map(table);
-    map.swap(0, 2);
-    map.invertVisible(0);
-    map.swap(0, 1);
-    map.swap(1, 1);
-    EXPECT_EQ(shown(map), "Reel -Scene Name");
-    EXPECT_EQ(map.numVisible(), 2);
-    EXPECT_EQ(map.getVisibleFieldIndex(0), 1);
-    EXPECT_EQ(map.getVisibleFieldIndex(1), 0);
-    map.setName(0, "Scene");  // a repeat is not looked for; the first of the two is found
-    map.set(2, "Take", false);
-    EXPECT_EQ(shown(map), "Scene -Scene -Take");
-    EXPECT_TRUE(map.isVisible("Scene"));
-    EXPECT_EQ(map.asString(), "3 -3 -0");
-    map.invertVisible(2);
-    EXPECT_EQ(map.getVisibleFieldIndex(1), -1);  // the source has no such field
-}
-
-TEST_F(Map, AnswersForPositionsOutside) {
+TEST_F(Map, ArrangesEntriesAndIgnoresPositionsOutside) {
     constexpr int kLeast = std::numeric_limits<int>::min(), kMost = std::numeric_limits<int>::max();
     FieldMap map(table);
+    map.swap(0, 2);
+    map.setVisible(0, false);
+    map.swap(0, 1);
     for (const int outside : {kLeast, -65536, -1, 3, 65535, 65536, 65538, kMost}) {
-        SCOPED_TRACE(outside);
         EXPECT_EQ(map[outside], "");
-        EXPECT_FALSE(map.isVisible(outside));
-        EXPECT_EQ(map.getVisibleFieldIndex(outside), -1);
+        EXPECT_FALSE(map.isVisible(outside) || map.getVisibleFieldIndex(outside) != -1);
         map.setName(outside, "x");
         map.set(outside, "x", false);
         map.setVisible(outside, false);
         map.invertVisible(outside);
         map.swap(outside, 0);
         map.swap(0, outside);
-        EXPECT_EQ(shown(map), "Name Reel Scene");
+        EXPECT_EQ(shown(map), "Reel -Scene Name") << outside;
     }
-}
-
-TEST_F(Map, CopiesShareTheSourceAndNothingElse) {
-    const ODBView view(&table);
-    {
-        FieldMap map(view);
-        map.setVisible(0, false);
-        FieldMap copy(map), assigned = map_of("x y");
-        assigned = map;
-        const FieldMap& same = assigned;
-        assigned = same;
-        EXPECT_EQ(view->refs(), 4U);
-        copy.remove("Name");
-        map.clear();
-        EXPECT_EQ(copy.getSourceDb(), view);
-        EXPECT_EQ(shown(copy), "Reel Scene");
-        EXPECT_EQ(shown(assigned), "-Name Reel Scene");
-    }
-    EXPECT_EQ(view->refs(), 1U);
+    EXPECT_EQ(map.numVisible(), 2);
+    EXPECT_EQ(map.getVisibleFieldIndex(1), 0);
+    map.setName(0, "Scene");  // a repeat is not looked for; the first of the two is found
+    map.set(2, "Take", true);
+    EXPECT_EQ(shown(map), "Scene -Scene Take");
+    EXPECT_EQ(map.asString(), "3 -3 0");
+    EXPECT_TRUE(map.isVisible("Scene"));
+    EXPECT_EQ(map.getVisibleFieldIndex(1), -1);  // the source has no such field
 }
 
 }  // namespace

@@ -17,43 +17,19 @@ using testing_kit::table_of;
 using testing_kit::text_of;
 
 TEST(RecordNumbers, AreStoredAsPrintfWritesThem) {
+    dbrecord record(3);
     for (const double value : {0.0, -0.0, 2.5, -1e-9, 0.000000005, 123456789.123456789, DBL_MAX, -DBL_MAX, DBL_TRUE_MIN,
                                double{INFINITY}, -double{INFINITY}, double{NAN}, 0.1}) {
         char expected[400];
         std::snprintf(expected, sizeof expected, "%.8lf", value);
-        dbrecord record(1);
         ASSERT_EQ(record.set_field(0, value), 1);
         EXPECT_STREQ(record.get_field(0), expected);
         double read = 7;
         EXPECT_EQ(record.in_field(0, read), 1);
         EXPECT_TRUE(read == std::strtod(expected, nullptr) || (std::isnan(value) && std::isnan(read))) << expected;
     }
-    dbrecord record(3);
     EXPECT_EQ(record.set_field(0, INT_MIN) + record.set_field(1, UINT_MAX) + record.set_field(2, false), 3);
     EXPECT_EQ(text_of(record), "-2147483648,4294967295,f");
-}
-
-TEST(RecordNumbers, AreReadFromTheStartOfTheText) {
-    struct Row {
-        const char* text;
-        int integer;
-        double number;
-        bool truth;
-    };
-    const Row rows[] = {
-        {"", 0, 0, false},    {"12abc", 12, 12, false},      {" \t-7.5e1x", -7, -75, false},
-        {"- 3", 0, 0, false}, {"true", 0, 0, true},          {"True", 0, 0, false},
-        {"2,5", 2, 2, false}, {"1e400", 1, INFINITY, false}, {"-99999999999", INT_MIN, -99999999999.0, false},
-    };
-    for (const Row& row : rows) {
-        dbrecord record(1);
-        record.set_field(0, row.text, false);
-        int integer = 77;
-        double number = 77;
-        bool truth = !row.truth;
-        EXPECT_EQ(record.in_field(0, integer) + record.in_field(0, number) + record.in_field(0, truth), 3);
-        EXPECT_TRUE(integer == row.integer && number == row.number && truth == row.truth) << row.text;
-    }
 }
 
 // The buffer has length + 1 bytes and not one more.
@@ -75,51 +51,36 @@ TEST(RecordReads, FillTheCallersBufferExactly) {
 TEST(RecordIndexes, OutsideTouchNothing) {
     const keldb table = table_of("a:a b:a | x,y");
     dbrecord& record = *table.get_record(0);
+    bool truth = true;
     for (const int i : {-1, 2, 65535, 65536, INT_MAX, INT_MIN}) {
-        int integer = 77;
-        double number = 77;
-        bool truth = true;
-        EXPECT_EQ(record.in_field(i, integer) + record.in_field(i, number) + record.in_field(i, truth), 0);
-        EXPECT_TRUE(integer == 77 && number == 77 && truth && !record.fieldIdxValid(i));
-        EXPECT_EQ(record.set_field(i, "z", true) + record.set_field(i, 1.5) + record.get_field_size(i), 0) << i;
+        EXPECT_EQ(record.set_field(i, "z", true) + record.get_field_size(i) + record.in_field(i, truth), 0) << i;
     }
-    EXPECT_EQ(record.get_field(2), nullptr);
-    EXPECT_EQ(&record.getField(2), &record.getField(65535));
+    EXPECT_TRUE(truth && !record.get_field(2) && &record.getField(2) == &record.getField(65535));
     record.removeField(2);
     for (const int count : {-1, 65536, INT_MAX}) record.resizeRecord(count, &count, true);
     record.resizeRecord(1, nullptr, true);
-    EXPECT_EQ(text_of(record), "x,y");
     EXPECT_EQ(record.get_changed() + table.get_changed() + record.setField(2, "z"), 0);
+    EXPECT_EQ(text_of(record), "x,y");
 }
 
 TEST(RecordWrites, TrimAndSetTheChangedFlags) {
     struct Row {
-        const char* before;
         const char* written;
         bool trim;
         const char* after;
     };
-    const Row rows[] = {
-        {"", "   abc", true, "abc"},
-        {"", "   abc", false, "   abc"},
-        {"x", " \t\n\v\f\r", true, ""},
-        {"x", nullptr, false, ""},
-        {"", "", true, ""},
-        {"x", "x", false, "x"},
-        {"", "\xA0 x", true, "\xA0 x"},
-    };
-    for (const Row& row : rows) {
-        keldb table = table_of("f:a |");
+    for (const auto& [written, trim, after] :
+         {Row{" \t\n\v\f\rab ", true, "ab "}, Row{" ab", false, " ab"}, Row{" \n", true, ""}, Row{nullptr, false, ""},
+          Row{"old", false, "old"}, Row{"\xA0 x", true, "\xA0 x"}}) {
+        keldb table = table_of("f:a | old");
         dbrecord& record = table[0];
-        record.set_field(0, row.before, false);
+        EXPECT_EQ(record.set_field(0, written, trim), 1);
+        EXPECT_STREQ(record.get_field(0), after);
+        EXPECT_EQ(record.get_changed() + table.get_changed(), 2) << after;
         table.clear_changed();
-        EXPECT_EQ(record.set_field(0, row.written, row.trim), 1);
-        EXPECT_STREQ(record.get_field(0), row.after);
-        EXPECT_EQ(record.get_changed() + table.get_changed(), 2) << row.after;
-        table.clear_changed();
-        EXPECT_TRUE(record.setField(0, row.after));
+        EXPECT_TRUE(record.setField(0, after));
         record.clear();
-        EXPECT_EQ(record.get_changed() + table.get_changed(), 0) << row.after;
+        EXPECT_EQ(record.get_changed() + table.get_changed() + record.get_field_size(0), 0) << after;
     }
 }
 
@@ -128,7 +89,7 @@ TEST(RecordAssignment, TakesCountAndTrimmedValuesAndKeepsTableAndTag) {
     dbrecord source(3);
     source.set_field(1, "  two", false);
     source.set_tag(2);
-    for (const unsigned fields : {0U, 1U, 3U, 5U}) {
+    for (const unsigned fields : {0U, 1U, 5U}) {
         dbrecord target(static_cast<unsigned short>(fields));
         target.set_container(&table);
         target.set_tag(257);
@@ -136,9 +97,10 @@ TEST(RecordAssignment, TakesCountAndTrimmedValuesAndKeepsTableAndTag) {
         EXPECT_EQ(text_of(target), "*,two,");
         EXPECT_TRUE(target.get_container() == &table && target.get_tag() == 1 && target.get_changed() == 1);
     }
+    source.set_container(&table);
     const dbrecord copy(source);
-    EXPECT_EQ(text_of(copy), ",  two,");
-    EXPECT_TRUE(!copy.get_container() && table.get_changed());
+    EXPECT_TRUE(text_of(copy) == ",  two," && !copy.get_container());
+    EXPECT_TRUE(table.get_changed());
 }
 
 // What a record hands over under each setting, and how many fields count.
@@ -146,32 +108,26 @@ TEST(RecordLabels, AreHandedOverUnderTheirKeys) {
     struct Row {
         const char* table;
         int setting;
-        int stored;
         const char* handed;
     };
     const Row rows[] = {
-        {"a:a reel:a | x,y", 1, 0, ""},
-        {"Name:a Cookie:a | clip,M1", 1, 0, "slate/take=clip name=clip "},
-        {"Cam~Reel:a NAME:a | c,n", 1, 1, "slate/take=n name=n camreel=c "},
-        {"Cam~Reel:a name:a | c,n", 0, 0, "slate/take=n name=n "},
+        {"a:a reel:a | x,y", 1, "0"},
+        {"Cam~Reel:a NAME:a | c,n", 1, "1 slate/take=n name=n camreel=c"},
         {"name:a notes:a who:a scene:a description:a shot:a reel:a snd~reel:a 24P~reel:a cam~reel:a comp~reel:a "
          "lab~reel:a | n,1,2,3,4,5,6,7,8,9,10,",
-         -1, 11,
-         "slate/take=n name=n notes=1 who=2 scene=3 description=4 shot=5 reelid=6 reelid1=7 24P_reel=8 camreel=9 "
-         "comp_reel=10 lab_reel= "},
-        {"name:a snd~reel:a reel:a lab~reel:a | n,7,6,11", 0, 1, "slate/take=n name=n reelid=6 "},
+         -1,
+         "11 slate/take=n name=n notes=1 who=2 scene=3 description=4 shot=5 reelid=6 reelid1=7 24P_reel=8 camreel=9 "
+         "comp_reel=10 lab_reel="},
+        {"name:a snd~reel:a reel:a lab~reel:a | n,7,6,11", 0, "1 slate/take=n name=n reelid=6"},
     };
     for (const Row& row : rows) {
         kel::dbv_reel_field_editable = row.setting;
         keldb table = table_of(row.table);
         configb block;
-        EXPECT_EQ(table[0].update(&block), row.stored);
-        std::string handed;
-        for (const std::string& key :
-             testing_kit::pieces("slate/take name notes who scene description shot reelid reelid1 "
-                                 "24P_reel camreel comp_reel lab_reel",
-                                 ' ')) {
-            if (block.get(key.c_str())) handed += key + '=' + block.get(key.c_str()) + ' ';
+        std::string handed = std::to_string(table[0].update(&block));
+        for (const char* key : {"slate/take", "name", "notes", "who", "scene", "description", "shot", "reelid",
+                                "reelid1", "24P_reel", "camreel", "comp_reel", "lab_reel"}) {
+            if (block.get(key)) handed += ' ' + std::string(key) + '=' + block.get(key);
         }
         EXPECT_EQ(handed, row.handed);
     }

@@ -1,6 +1,6 @@
 // Reads a string of bytes as a program of operations on two FieldValues and runs it beside two vectors of strings.
-// After every step the texts, the emptiness and ok() must agree, and every text pointer and every String that was
-// handed out and that nothing has ended since must still read as it did.
+// After every step the texts, the emptiness and ok() must agree, and every text that was handed out, itself or as a
+// String, and that nothing has ended since must still read as it did.
 #ifndef KELDB_TESTS_FIELDS_FIELD_VALUES_PROGRAM_H
 #define KELDB_TESTS_FIELDS_FIELD_VALUES_PROGRAM_H
 
@@ -20,9 +20,12 @@ public:
 
     std::string run() {  // "" or the step and what differs
         for (unsigned step = 0; !source_.empty(); ++step) {
-            const std::string name = act();
-            const std::string wrong = first_.fault() + second_.fault();
-            if (!wrong.empty()) return "step " + std::to_string(step) + ", " + name + ": " + wrong;
+            Subject& one = subjects_[source_.pick(2)];
+            const unsigned kind = source_.pick(12);
+            act(one, &one == subjects_ ? subjects_[1] : subjects_[0], kind);
+            const std::string wrong = subjects_[0].fault() + subjects_[1].fault();
+            if (!wrong.empty())
+                return "step " + std::to_string(step) + " of kind " + std::to_string(kind) + ": " + wrong;
         }
         return "";
     }
@@ -30,8 +33,7 @@ public:
 private:
     struct Held {
         unsigned short field;
-        std::string_view text;  // or
-        const String* string;
+        std::string_view text;
         std::string expected;
     };
 
@@ -40,9 +42,6 @@ private:
         std::vector<std::string> twin;
         std::vector<Held> held;
 
-        void end(unsigned short field) {
-            std::erase_if(held, [field](const Held& h) { return h.field == field; });
-        }
         std::string fault() const {
             if (!values.ok()) return "ok() is false";
             if (values.size() != twin.size()) return "the count is " + std::to_string(values.size());
@@ -62,95 +61,69 @@ private:
             if (!wrong.empty()) return wrong;
             if (i != twin.size() || values.total_size() != total) return "total_size, or the walk, is wrong";
             for (const Held& h : held) {
-                if ((h.string ? h.string->view() : h.text) != h.expected) return "a text handed out has changed";
+                if (h.text != h.expected) return "a text handed out has changed";
             }
             return "";
         }
     };
 
-    std::string act() {
-        Subject& one = source_.one_in(2) ? first_ : second_;
-        Subject& other = &one == &first_ ? second_ : first_;
-        const unsigned kind = source_.pick(12);
+    void act(Subject& one, Subject& other, unsigned kind) {
         if (kind < 6 && !one.twin.empty()) {
-            return act_on_value(one, kind, static_cast<unsigned short>(source_.u8() % one.twin.size()));
-        }
-        if (kind < 9) return kind == 8 ? pack(one, true) : pack(one, false);
-        if (kind == 9) {
+            act_on_value(one, kind, static_cast<unsigned short>(source_.u8() % one.twin.size()));
+        } else if (kind < 9) {
+            pack(one, kind == 8);
+        } else if (kind == 9) {
             const auto count = static_cast<unsigned short>(source_.u8());
             if (count != one.twin.size()) one.held.clear();
             one.values.resize(count);
             one.twin.resize(count);
-            return "resize";
-        }
-        if (kind == 10) {
+        } else if (kind == 10) {
             one.values.swap(other.values);
             one.twin.swap(other.twin);
             one.held.swap(other.held);
-            return "swap";
-        }
-        if (source_.one_in(4)) {
+        } else if (source_.one_in(4)) {
             one.held.clear();
             one.values.clear();
             std::fill(one.twin.begin(), one.twin.end(), "");
-            return "clear";
+        } else {
+            one.held.clear();
+            one.values = other.values;
+            one.twin = other.twin;
         }
-        one.held.clear();
-        one.values = other.values;
-        one.twin = other.twin;
-        return "copy";
     }
 
-    std::string act_on_value(Subject& one, unsigned kind, unsigned short i) {
-        if (kind == 0) {
-            one.held.push_back({i, one.values.text(i), nullptr, one.twin[i]});
-            return "text";
+    void act_on_value(Subject& one, unsigned kind, unsigned short i) {
+        if (kind < 2) {
+            const std::string_view text = kind == 0 ? one.values.text(i) : one.values.string(i).view();
+            one.held.push_back({i, text, one.twin[i]});
+            return;
         }
-        if (kind == 1) {
-            one.held.push_back({i, {}, &one.values.string(i), one.twin[i]});
-            return "string";
-        }
+        std::erase_if(one.held, [&](const Held& h) { return kind == 2 || h.field == i; });
         if (kind == 2) {
-            one.held.clear();
             one.values.erase(i);
             one.twin.erase(one.twin.begin() + i);
-            return "erase";
-        }
-        one.end(i);
-        if (kind == 3) {  // from a text of the very same object
+        } else if (kind == 3) {  // from a text of the very same object
             const auto from = static_cast<unsigned short>(source_.u8() % one.twin.size());
             const std::size_t at = source_.u8() % (one.twin[from].size() + 1);
-            const std::string expected = one.twin[from].substr(at);
             one.values.set(i, one.values.text(from).substr(at));
-            one.twin[i] = expected;
-            return "set from its own text";
-        }
-        const std::string wanted = text();
-        if (kind == 4) {
-            one.values.set(i, String(wanted));
+            one.twin[i] = std::string(one.twin[from], at);
         } else {
-            one.values.set(i, std::string_view(exact_copy(wanted).get(), wanted.size()));
+            one.twin[i] = text();
+            if (kind == 4) one.values.set(i, String(one.twin[i]));
+            if (kind == 5) one.values.set(i, std::string_view(exact_copy(one.twin[i]).get(), one.twin[i].size()));
         }
-        one.twin[i] = wanted;
-        return "set";
     }
 
     // In a block of its own, or in memory that stays with this program (with nothing behind it that could be written).
-    std::string pack(Subject& one, bool embedded) {
-        std::vector<std::string> texts(source_.pick(14));
-        for (std::string& each : texts) each = text();
+    void pack(Subject& one, bool embedded) {
+        one.held.clear();
+        one.twin.resize(source_.pick(14));
         kel::ValueBuilder builder;
         builder.start(0);
-        for (const std::string& each : texts) builder.append(each);
-        one.held.clear();
-        one.twin = texts;
-        if (embedded) {
-            memory_.push_back(std::make_unique<char[]>(kel::FieldValues::packed_size(builder)));
-            one.values.pack_into(memory_.back().get(), builder);
-        } else {
-            one.values.pack(builder);
-        }
-        return "pack";
+        for (std::string& each : one.twin) builder.append(each = text());
+        if (!embedded) return one.values.pack(builder);
+        memory_.push_back(std::make_unique<char[]>(kel::FieldValues::packed_size(builder)));
+        one.values.pack_into(memory_.back().get(), builder);
     }
 
     std::string text() {
@@ -160,8 +133,7 @@ private:
 
     model::ByteSource source_;
     std::vector<std::unique_ptr<char[]>> memory_;  // outlives the values
-    Subject first_;
-    Subject second_;
+    Subject subjects_[2];
 };
 
 }  // namespace testing_kit

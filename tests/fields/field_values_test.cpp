@@ -22,11 +22,8 @@ TEST(FieldValues, CountInSixteenBits) {
         for (unsigned i = 0; i < count; ++i) builder.append("v");
         kel::FieldValues values;
         values.pack(builder);
-        EXPECT_EQ(values.size(), count & 0xFFFF);
-        EXPECT_TRUE(values.ok());
-        const auto last = static_cast<unsigned short>(values.size() - 1U);
-        if (values.size() == 0) continue;
-        EXPECT_EQ(values.string(last), "v");
+        ASSERT_EQ(values.size(), count & 0xFFFF);
+        EXPECT_TRUE(count == 65536 || values.string(static_cast<unsigned short>(values.size() - 1U)) == "v");
         EXPECT_TRUE(values.ok());
     }
 }

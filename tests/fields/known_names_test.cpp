@@ -4,7 +4,6 @@
 #include "keldb/fields/well_known_fields.h"
 #include "keldb/table/keldb.h"
 #include "tests/testing/table_text.h"
-#include "tests/testing/texts.h"
 
 namespace {
 
@@ -25,21 +24,13 @@ TEST(FieldTypes, ReadAndWriteTheirNames) {
 }
 
 TEST(ColumnWidths, HaveALeastForEachWellKnownName) {
-    const char* const widths =
-        "1,Tag|2,sequence|3,film_origin,pulldown|4,pic qual,Mdrive|6,Type,cam_date|8,Flags,Size|9,film duration|"
-        "10,Reel,snd reel,24P reel,cam reel,comp reel,lab reel|12,Cookie,Date,Start time,End time,snd start,snd end,"
-        "start 24P code,end 24P code,start camcode,end camcode|15,start inkcode,end inkcode|16,Duration|"
-        "17,start keycode,end keycode|24,Scene,Shot,Who|30,Reel Type|32,Name,aud qual|64,chans,Description|100,Notes|"
-        "4,Comment,Nam,Names,Start  time,";
-    std::size_t names = 0;
-    for (const std::string& row : pieces(widths, '|')) {
-        const std::vector<std::string> parts = pieces(row, ',');
-        for (std::size_t i = 1; i < parts.size(); ++i, ++names) {
-            EXPECT_EQ(keldb::getMinFieldSize(parts[i].c_str()), std::stoul(parts[0])) << parts[i];
-            EXPECT_EQ(keldb::getMinFieldSize(testing_kit::folded(parts[i]).c_str()), std::stoul(parts[0])) << parts[i];
-        }
+    for (const std::string& row : pieces(
+             "1 Tag|2 sequence|3 pulldown|4 Mdrive|6 Type|8 Size|9 film duration|10 lab reel|12 Cookie|12 end camcode|"
+             "15 end inkcode|16 Duration|17 start keycode|24 Who|30 Reel Type|32 Name|64 chans|100 Notes|100 NOTES|"
+             "4 Comment|4 Nam|4 Names|4 film  duration|4 ",
+             '|')) {
+        EXPECT_EQ(keldb::getMinFieldSize(row.c_str() + row.find(' ') + 1), std::stoul(row)) << row;
     }
-    EXPECT_EQ(names, 41U + 5U);
     EXPECT_EQ(keldb::getMinFieldSize(nullptr), 4U);
 }
 
@@ -50,8 +41,7 @@ TEST(RangePairs, AreFoundByEitherNameByteForByte) {
                 '|')) {
         for (const std::string& name : pieces(row, ',')) {
             const kel::FieldPair* const pair = kel::range_pair_of(name);
-            ASSERT_NE(pair, nullptr) << name;
-            EXPECT_EQ(std::string(pair->start) + ',' + pair->end, row);
+            EXPECT_EQ(pair ? std::string(pair->start) + ',' + pair->end : "none", row);
         }
     }
     for (const char* name : {"end time", "START TIME", "End time ", "Reel", ""}) {

@@ -3,8 +3,6 @@
 #ifndef KELDB_TESTS_MODEL_BYTE_SOURCE_H
 #define KELDB_TESTS_MODEL_BYTE_SOURCE_H
 
-#include <cstdint>
-#include <limits>
 #include <string>
 
 #include "keldb/fields/field_types.h"
@@ -26,43 +24,30 @@ public:
     }
     unsigned pick(unsigned n) { return u8() % n; }  // 0 to n - 1, n at most 256
     bool one_in(unsigned n) { return pick(n) == 0; }
+    template <class T, unsigned n>
+    const T& of(const T (&choices)[n]) {
+        return choices[pick(n)];
+    }
 
     // A row, position or count: mostly inside 0 to `size`, sometimes one or two beyond, seldom absurd.
     int near(int size) {
-        static constexpr int kAbsurd[] = {-1, -2, 65535, 65536, 2147483647, -2147483647 - 1};
-        if (one_in(40)) return kAbsurd[pick(6)];
-        return static_cast<int>((u8() << 8 | u8()) % (static_cast<unsigned>(size) + (one_in(6) ? 3U : 1U)));
+        if (one_in(40)) return of({-1, -2, 65535, 65536, 2147483647, -2147483647 - 1});
+        const unsigned high = u8() << 8, low = u8();
+        return static_cast<int>((high | low) % (static_cast<unsigned>(size) + (one_in(6) ? 3U : 1U)));
     }
 
     // Few texts often, so that values meet again; all the odd ones now and then.
     const std::string& text() {
         static const std::string common[] = {"", "a", "A", "b", " b", "take 2", "take 10", "10:00:00:05"};
-        if (!one_in(3)) return common[pick(8)];
-        const auto& odd = testing_kit::odd_texts();
-        return odd[u8() % odd.size()];
+        return one_in(3) ? testing_kit::odd_texts()[u8() % testing_kit::odd_texts().size()] : of(common);
     }
-    const char* id_text() {
-        static constexpr const char* kIds[] = {"M0", "M1", "M2", "M3", "M4", "M5", "M6", "M7"};
-        return kIds[pick(8)];
-    }
-    Cookie id() { return Cookie(id_text(), false); }
-    const char* value() { return one_in(2) ? id_text() : text().c_str(); }  // what is searched for
-    double number() {
-        static constexpr double kNumbers[] = {0.0,   -0.0,   1.5,    2.0000000049,
-                                              12.5,  -1e-9,  1e15,   std::numeric_limits<double>::infinity(),
-                                              1e308, 5e-324, -1e308, 2.5};
-        return kNumbers[pick(12)];
-    }
-    int tag() {
-        static constexpr int kTags[] = {0, 1, 0, 1, 1, 2, 255, 256, -1};
-        return kTags[pick(9)];
-    }
+    const char* id() { return of({"M0", "M1", "M2", "M3", "M4", "M5", "M6", "M7"}); }
+    const char* value() { return one_in(2) ? id() : text().c_str(); }  // what is searched for
     const char* field_name() {
-        static constexpr const char* kNames[] = {"Name",      "Cookie", "Tag",    "Start time", "End time", "tc",
-                                                 "snd start", "NAME",   "cookie", "A&B",        "",         "notes"};
-        return kNames[pick(12)];
+        return of({"Name", "Cookie", "Tag", "Start time", "End time", "tc", "snd start", "NAME", "cookie", "A&B", "",
+                   "notes"});
     }
-    DBFieldTypes::eType type() { return static_cast<DBFieldTypes::eType>("aattTTMnlf"[pick(10)]); }
+    DBFieldTypes::eType type() { return static_cast<DBFieldTypes::eType>("aattTTnlf"[pick(9)]); }
 
 private:
     std::string_view rest_;

@@ -1,137 +1,110 @@
 // The obvious view: a list of (row, tag) over a table or another view. It is repaired as a listener, message by message
-// and entry by entry.
-//
-// Each entry also remembers the very row that it named when it was made or last re-pointed in silence (`named`):
-// whatever is removed or deleted, it must go on naming that row.
+// and entry by entry, telling its own listeners of each that goes before it looks at the next.
 #ifndef KELDB_TESTS_MODEL_NAIVE_VIEW_H
 #define KELDB_TESTS_MODEL_NAIVE_VIEW_H
 
 #include <functional>
-#include <limits>
+#include <numeric>
 
 #include "tests/model/naive_table.h"
 
 namespace model {
 
 struct Entry {
-    unsigned row;
+    unsigned row = 0;
     bool tag = false;
-    RowPtr named;
-    unsigned group = 0;  // of chosen entries: neighbours at the time of choosing share it
+    unsigned group = 0;  // of chosen entries: position less rank, which neighbours share
 };
 
 class NaiveView : public NaiveBase {
 public:
-    using NaiveBase::NaiveBase;
-    ~NaiveView() override { attach(nullptr); }
+    NaiveView(Text label, Log& log, NaiveTable* table, std::shared_ptr<NaiveView> base_view)
+        : NaiveBase(std::move(label), log), table_(table), base_(std::move(base_view)) {
+        base()->add_listener(this);
+    }
+    ~NaiveView() override { base()->drop_listener(this); }
+    void odb(NaiveTable* table) {
+        if (table == table_) return;
+        base()->drop_listener(this);
+        clear();
+        base_ = nullptr;
+        table_ = table;
+        table->add_listener(this);
+    }
 
     NaiveTable* table() const { return table_; }
     const std::shared_ptr<NaiveView>& base_view() const { return base_; }
-    bool stood_upon() const {
-        return std::any_of(listeners_.begin(), listeners_.end(), [](const Listener& l) { return l.view != nullptr; });
-    }
     NaiveBase* base() const { return base_ ? static_cast<NaiveBase*>(base_.get()) : table_; }
-
-    void attach(NaiveTable* table) {
-        if (table == table_) return;
-        leave();
-        base_ = nullptr;
-        table_ = table;
-        if (table) table->add_listener(*this);
-    }
-    void stand_on(const std::shared_ptr<NaiveView>& view) {
-        leave();
-        base_ = view;
-        view->add_listener(*this);
-    }
 
     // --- Rows ---
 
     unsigned size() const override { return static_cast<unsigned>(entries.size()); }
-    bool holds(int position) const { return position >= 0 && static_cast<unsigned>(position) < size(); }
-    RowPtr record(unsigned row) const override {
-        return base() && row < size() ? base()->record(entries[row].row) : nullptr;
-    }
-    int baseIndex(int row) const override {
-        return base() && holds(row) ? base()->baseIndex(static_cast<int>(at(row).row)) : 0;
+    bool holds(int position) const { return static_cast<unsigned>(position) < size(); }
+    RowPtr record(unsigned row) const override { return row < size() ? base()->record(entries[row].row) : nullptr; }
+    int baseIndex(int row) const override { return holds(row) ? base()->baseIndex(static_cast<int>(at(row).row)) : 0; }
+    RowPtr operator[](int row) const { return record(static_cast<unsigned>(row)); }
+    int find(const RowPtr& row) const {
+        return first_where([&](unsigned i) { return row && record(i) == row; });
     }
 
     // --- Showing ---
 
-    void insert(int position, const std::vector<unsigned>& base_rows) {
-        const std::size_t where = clamped(position);
-        const bool at_end = where == size();
-        std::vector<Entry> added;
-        for (const unsigned row : base_rows) added.push_back({row, false, base()->record(row)});
-        entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(where), added.begin(), added.end());
-        silent = true;
-        repoint(at_end);
+    void insert(int position, const Numbers& base_rows) {
+        const auto added = entries.insert(entries.begin() + clamped(position), base_rows.size(), Entry());
+        std::transform(base_rows.begin(), base_rows.end(), added, [](unsigned row) { return Entry{row}; });
     }
     int displayRecordsAt(int row, int count, int position) {
-        if (!base() || row < 0 || count <= 0) return 0;
-        std::vector<unsigned> rows;
-        for (int i = 0; i < count; ++i) rows.push_back(static_cast<unsigned>(row) + static_cast<unsigned>(i));
+        if (row < 0 || count <= 0) return 0;
+        Numbers rows(static_cast<unsigned>(count));
+        std::iota(rows.begin(), rows.end(), static_cast<unsigned>(row));
         insert(position, rows);
         return count;
     }
     void displayAllRecords() {
-        if (!base()) return;
         remove(0, static_cast<int>(size()));
         displayRecordsAt(0, static_cast<int>(base()->size()), 0);
     }
     void displayTaggedRecordsAt(int position) {
-        std::vector<unsigned> rows;
-        for (unsigned row = 0; base() && row < base()->size(); ++row) {
-            if (base()->get_tag(row) != 0) rows.push_back(row);
-        }
-        if (base()) insert(position, rows);
+        insert(position, base()->rows_where([this](unsigned row) { return base()->get_tag(row) != 0; }));
     }
+    // The first row of the table whose field holds the value; on a base view, the first entry whose record does.
     bool displayMatchAt(const char* field, const char* value, int position) {
-        return base() && displayRecordsAt(first_match(field, value), 1, position) == 1;
+        return displayRecordsAt(base_ ? row_with(field, value) : table_->findFirst(field, value, 0), 1, position) == 1;
     }
+    // Through the table's map of identifiers first; what that does not know, among the rows that the base shows.
     int displayRecordsAt(const CookieVec& ids, int position) {
-        position = static_cast<int>(clamped(position));
+        position = clamped(position);
         int shown = 0;
-        for (std::size_t i = 0; base() && i < ids.size(); ++i)
-            shown += displayRecordsAt(row_of_id(ids[i]), 1, position + shown);
+        for (std::size_t i = 0; i < ids.size(); ++i) {
+            const int known = base_ ? -1 : table_->getRowIndexByID(ids[i]);
+            const int row = known >= 0 ? known : row_with("Cookie", Text(ids[i].text().view()));
+            shown += displayRecordsAt(row, 1, position + shown);
+        }
         return shown;
     }
-    int displayAllFromAt(const NaiveView* other, int position) {
-        if (!table_ || base_ || !other || other->base() != table_) return 0;
-        position = static_cast<int>(clamped(position));
+    int displayAllFromAt(const NaiveView& other, int position) {
+        if (base_ || other.base() != table_) return 0;
+        position = clamped(position);
         int shown = 0;
-        for (unsigned i = 0; i < other->size(); ++i) {
-            const RowPtr row = other->record(i);
-            if (row && find(row) < 0)
-                shown += displayRecordsAt(other->baseIndex(static_cast<int>(i)), 1, position + shown);
+        for (unsigned i = 0; i < other.size(); ++i) {
+            if (other.record(i) && find(other.record(i)) < 0)
+                shown += displayRecordsAt(static_cast<int>(other.entries[i].row), 1, position + shown);
         }
         return shown;
     }
     void append(int row) { displayRecordsAt(row, 1, static_cast<int>(size())); }
-    void clear() {
-        entries.clear();
-        silent = true;
-        repoint(false);
-    }
-    int find(const RowPtr& row) const {
-        for (unsigned i = 0; row && i < size(); ++i) {
-            if (record(i) == row) return static_cast<int>(i);
-        }
-        return -1;
-    }
+    void clear() { entries.clear(); }
 
     // --- Taking out and deleting ---
 
     void remove(int start, int count) {
         if (!holds(start) || count < 0) return;
-        count = std::min(count, static_cast<int>(size()) - start);
-        std::vector<unsigned> numbers;
-        for (int i = 0; i < count; ++i) numbers.push_back(static_cast<unsigned>(start + i));
-        entries.erase(entries.begin() + start, entries.begin() + start + count);
-        announce_deleted(numbers);
+        const Numbers gone = range(start, count);
+        entries.erase(entries.begin() + start, entries.begin() + start + static_cast<int>(gone.size()));
+        announce_deleted(gone);
     }
     // The message of a base: the k-th number, less k, is the row that goes at that step.
-    void rows_deleted(const std::vector<unsigned>& numbers) {
+    void rows_deleted(const Numbers& numbers) override {
         bool any = false;
         unsigned step = 0;
         for (const unsigned number : numbers) {
@@ -146,82 +119,75 @@ public:
                 ++i;
             }
         }
-        if (any) announce_changed("");
+        if (any) announce_changed();
     }
     void removeRecordsFromBaseView(int start, int count) {
         if (base_)
             take_out(range(start, count));
-        else if (base() && count > 0)
+        else if (count > 0)
             remove(start, count);
     }
     int removeTagged() { return remove_tagged(true); }
     int removeNonTagged() { return remove_tagged(false); }
     int remove_tagged(bool tagged) {
-        const std::vector<int> chosen = tagged_positions(tagged);
-        if (base_) take_out(chosen);
-        for (unsigned i = 0; !base_ && i < size(); ++i) {
-            int length = 0;
-            while (holds(static_cast<int>(i) + length) && at(static_cast<int>(i) + length).tag == tagged) ++length;
-            if (length != 0) remove(static_cast<int>(i), length);
-        }
-        return static_cast<int>(chosen.size());
+        const auto chosen = [this, tagged](unsigned i) { return entries[i].tag == tagged; };
+        if (!base_) return in_runs(chosen, [this](unsigned at, unsigned n) { remove(as_int(at), as_int(n)); });
+        const Numbers positions = rows_where(chosen);
+        take_out(positions);
+        return static_cast<int>(positions.size());
     }
-    int delete_at(const std::vector<int>& positions) {
-        if (!base()) return 0;
+    int delete_at(const Numbers& positions) {
         return by_runs(positions, [this](unsigned row, unsigned length) { base()->delete_records(row, length); });
     }
     void deleteRecords(int start, int count) { delete_at(range(start, count)); }
-    int deleteTagged() { return delete_at(tagged_positions(true)); }
-    void delete_records(unsigned start, unsigned count) override {
-        deleteRecords(static_cast<int>(std::min(start, kMost)), static_cast<int>(std::min(count, kMost)));
+    int deleteTagged() {
+        return delete_at(rows_where([this](unsigned i) { return entries[i].tag; }));
     }
-    int delete_tagged_records() override {
-        remove_tagged(true);
+    void delete_records(unsigned start, unsigned count) override { deleteRecords(as_int(start), as_int(count)); }
+    int delete_tagged_records() {
+        removeTagged();
         return 0;
     }
+    void set_show_tags_only(int) { removeNonTagged(); }
 
-    void insert_records(unsigned at, unsigned count) override {
-        insertBlankRecords(static_cast<int>(std::min(at, kMost)), static_cast<int>(std::min(count, kMost)));
-    }
     void insertBlankRecords(int position, int count) {
-        if (!base() || count <= 0) return;
-        const std::size_t where = clamped(position);
-        const unsigned before = base()->size();
-        const unsigned row = where == size() ? before : std::min(entries[where].row, before);
-        if (where == size())
+        if (count <= 0) return;
+        const auto where = static_cast<std::size_t>(clamped(position));
+        const bool at_end = where == size();
+        const unsigned before = base()->size(), row = at_end ? before : std::min(entries[where].row, before);
+        if (at_end)
             base()->add_records(count);
         else
             base()->insert_records(row, static_cast<unsigned>(count));
         if (base()->size() == before) return;  // refused
-        for (std::size_t i = where; i < entries.size(); ++i) entries[i].row += static_cast<unsigned>(count);
-        std::vector<unsigned> rows;
-        for (int i = 0; i < count; ++i) rows.push_back(row + static_cast<unsigned>(i));
-        const bool at_end = where == size();
-        insert(static_cast<int>(where), rows);
-        if (!at_end) rename(false);
+        for (std::size_t i = where; i < size(); ++i) entries[i].row += static_cast<unsigned>(count);
+        displayRecordsAt(static_cast<int>(row), count, position);
     }
+    void insert_records(unsigned at, unsigned count) override { insertBlankRecords(as_int(at), as_int(count)); }
     int add_records(int count) override {
         const auto before = static_cast<int>(size());
         insertBlankRecords(before, count);
-        return !base() || count <= 0 || static_cast<int>(size()) > before ? before : -1;
+        return count <= 0 || holds(before) ? before : -1;
     }
 
-    // --- Values, through the entries ---
+    // --- Through the entries, or of the table ---
+
+    void set_query(const dbrecord* wanted) { table_->set_query(wanted); }
+    int set_fieldname(unsigned field, const char* to) { return table_->set_fieldname(field, to); }
+    void set_sortfield(int field) { table_->set_sortfield(field); }
+    void set_sort_offset(int to) { table_->set_sort_offset(to); }
+    int set_fieldtype(unsigned field, DBFieldTypes::eType type) { return table_->set_fieldtype(field, type); }
 
     int set_text(unsigned row, unsigned field, const Text& text) override {
-        return base() && row < size() ? base()->set_text(entries[row].row, field, text) : 0;
+        return row < size() ? base()->set_text(entries[row].row, field, text) : 0;
     }
-    using NaiveBase::set_field;
-    int set_field(unsigned row, const Cookie& id) override {
-        return base() && row < size() ? base()->set_field(entries[row].row, id) : 0;
+    int set_id(unsigned row, const Cookie& id) override {
+        return row < size() ? base()->set_id(entries[row].row, id) : 0;
     }
     int match_record(int row) const override {
-        if (!base()) return 0;
         return holds(row) ? base()->match_record(static_cast<int>(at(row).row)) : -1;
     }
-    int findFirst(const char* field, const char* value, int) override {
-        return base() ? base()->findFirst(field, value, 0) : 0;
-    }
+    int findFirst(const char* field, const char* value, int) override { return base()->findFirst(field, value, 0); }
 
     // --- Tags ---
 
@@ -229,41 +195,31 @@ public:
     void set_tag(unsigned row, int value) override {
         if (row < size()) entries[row].tag = value != 0;
     }
-    void invert_tag(unsigned row) override { set_tag(row, get_tag(row) == 0); }
-    void set_all_tags(int value) override {
-        for (Entry& entry : entries) entry.tag = value != 0;
-    }
-    void invert_all_tags() override {
-        for (Entry& entry : entries) entry.tag = !entry.tag;
-    }
-    void set_show_tags_only(int) override { remove_tagged(false); }
-    int tag_matching_records(int) override { return tagMatches(0); }
-    int tagMatches(int keep) {
-        int matches = 0;
-        for (unsigned i = 0; base() && i < size(); ++i) {
-            const bool match = base()->match_record(static_cast<int>(entries[i].row)) == 1;
-            if (match || keep == 0) entries[i].tag = match;
-            matches += match;
+    int tag_matching_records(int) { return tagMatches(0); }
+    // Tags each entry whose value is that of the first of its run, in this order.
+    int tag_repeats(const Numbers& order, int field) {
+        const auto value = [&](unsigned i) { return folded(value_of(record(i), field)); };
+        int tagged = 0;
+        Text run;
+        for (const unsigned i : order) {
+            const bool repeats = i != order[0] && value(i) == run;
+            if (repeats) set_tag(i, 1);
+            tagged += repeats;
+            run = value(i);
         }
-        return matches;
+        return tagged;
     }
-    int tagDuplicatesOrdered(int field) {
-        std::vector<unsigned> order(size());
-        for (unsigned i = 0; i < size(); ++i) order[i] = i;
-        return base() ? tag_repeats(order, field) : 0;
-    }
+    int tagDuplicatesOrdered(int field) { return tag_repeats(everything(), field); }
     int tagDuplicates(int field) {
-        if (!base()) return 0;
         table_->set_sortfield(field);
-        const Order by = table_->prepare(1, 0);
-        std::vector<unsigned> order(size());
-        for (unsigned i = 0; i < size(); ++i) order[i] = i;
+        table_->prepare(0);
+        Numbers order = everything();
         std::stable_sort(order.begin(), order.end(),
-                         [&](unsigned a, unsigned b) { return by.before(record(a).get(), record(b).get()); });
+                         [&](unsigned a, unsigned b) { return before(record(a), record(b), 1); });
         set_all_tags(0);
         return tag_repeats(order, field);
     }
-    int tag_all_different(int field) override {
+    int tag_all_different(int field) {
         tagDuplicates(field);
         invert_all_tags();
         return get_num_tags();
@@ -271,63 +227,27 @@ public:
     void tagBaseFromTags() {
         for (const Entry& entry : entries) base()->set_tag(entry.row, entry.tag);
     }
-    void setupViewTagsFromKeldbTagField() { display_with_tags(false); }
-    void displayAllRecordsWithBaseTagStatus() { display_with_tags(true); }
-    void display_with_tags(bool base_tags) {
-        displayAllRecords();
-        const int field = base() ? table_->fieldnum("Tag") : -1;
-        for (unsigned i = 0; field >= 0 && i < size(); ++i) {
-            const RowPtr row = record(i);
-            const Text text = row ? row->value(static_cast<unsigned>(field)) : "";
-            entries[i].tag = base_tags ? base()->get_tag(entries[i].row) != 0 : kel::read_int(text) != 0;
-        }
-    }
-
-    void sort(int direction, int plain) override {
-        if (!base()) return;
-        const Order order = table_->prepare(direction, plain);
+    void sort(int direction, int plain) {
+        table_->prepare(plain);
         std::stable_sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
-            return order.before(base()->record(a.row).get(), base()->record(b.row).get());
+            return before(base()->record(a.row), base()->record(b.row), direction);
         });
-        silent = true;
-        repoint(false);
-    }
-
-    // Takes the rows that the entries name now as theirs; with `only_new`, only where there was none.
-    void rename(bool only_new) {
-        for (Entry& entry : entries) {
-            if (!only_new || !entry.named) entry.named = base()->record(entry.row);
-        }
-        silent = true;
     }
 
     std::vector<Entry> entries;
 
 private:
-    static constexpr unsigned kMost = std::numeric_limits<int>::max();
-
     const Entry& at(int position) const { return entries[static_cast<unsigned>(position)]; }
-    std::size_t clamped(int position) const {
-        return position < 0 ? 0 : std::min<std::size_t>(static_cast<unsigned>(position), size());
+    int clamped(int position) const { return std::clamp(position, 0, static_cast<int>(size())); }
+    static int as_int(unsigned number) { return static_cast<int>(std::min(number, 2147483647U)); }
+    Numbers everything() const {
+        return rows_where([](unsigned) { return true; });
     }
-    void leave() {
-        if (base()) base()->drop_listener(this);
-        entries.clear();
-        silent = true;
+    Numbers range(int start, int count) const {
+        return rows_where(
+            [=](unsigned i) { return i >= static_cast<unsigned>(start) && static_cast<int>(i) - start < count; });
     }
-    std::vector<int> range(int start, int count) const {
-        std::vector<int> positions;
-        for (int i = start; count-- > 0 && holds(i); ++i) positions.push_back(i);
-        return positions;
-    }
-    std::vector<int> tagged_positions(bool tagged) const {
-        std::vector<int> positions;
-        for (unsigned i = 0; i < size(); ++i) {
-            if (entries[i].tag == tagged) positions.push_back(static_cast<int>(i));
-        }
-        return positions;
-    }
-    void take_out(const std::vector<int>& positions) {
+    void take_out(const Numbers& positions) {
         by_runs(positions, [this](unsigned row, unsigned length) {
             base_->removeRecordsFromBaseView(static_cast<int>(row), static_cast<int>(length));
         });
@@ -335,20 +255,14 @@ private:
 
     // Calls act(row, length) for runs of the chosen entries until none is left: a run is a longest sequence of entries,
     // neighbours when chosen, whose base rows go up by one. A list of the chosen that hears what this view hears keeps
-    // track of what is still to go; a run that stays is passed over.
-    int by_runs(const std::vector<int>& positions, const std::function<void(unsigned, unsigned)>& act) {
-        NaiveView left("left", *log_);
-        left.table_ = table_;
-        left.base_ = base_;
-        left.base()->add_listener(left);
-        unsigned group = 0;
-        for (std::size_t k = 0; k < positions.size(); ++k) {
-            if (k > 0 && positions[k] != positions[k - 1] + 1) ++group;
-            left.entries.push_back({at(positions[k]).row, false, nullptr, group});
-        }
+    // track of what is still to go; a run that stays is passed over. How many went.
+    int by_runs(const Numbers& positions, const std::function<void(unsigned, unsigned)>& act) {
+        NaiveView left("left", log_, table_, base_);
+        const std::vector<Entry>& chosen = left.entries;
+        for (unsigned k = 0; k < positions.size(); ++k)
+            left.entries.push_back({entries[positions[k]].row, false, positions[k] - k});
         int passed_over = 0;
-        while (!left.entries.empty()) {
-            const std::vector<Entry>& chosen = left.entries;
+        while (!chosen.empty()) {
             const std::size_t before = chosen.size();
             unsigned length = 1;
             while (length < before && chosen[length].row == chosen[0].row + length &&
@@ -356,129 +270,22 @@ private:
                 ++length;
             act(chosen[0].row, length);
             if (chosen.size() < before) continue;
-            left.entries.erase(left.entries.begin(), left.entries.begin() + length);
+            left.entries.erase(chosen.begin(), chosen.begin() + length);
             passed_over += static_cast<int>(length);
         }
         return static_cast<int>(positions.size()) - passed_over;
     }
-
-    // The first row of the base whose field holds the value: on a base view, the first entry whose record does.
-    int first_match(const char* field, const char* value) const {
-        if (!base_) return table_->findFirst(field, value, 0);
-        const int number = table_->fieldnum(field);
-        for (unsigned i = 0; number >= 0 && i < base_->size(); ++i) {
-            const RowPtr row = base_->record(i);
-            if (row && row->value(static_cast<unsigned>(number)) == value) return static_cast<int>(i);
-        }
-        return -1;
-    }
-    // Through the table's map of identifiers first; what that does not know, among the rows that the base shows.
-    int row_of_id(const Cookie& id) const {
-        const int known = base_ ? -1 : table_->getRowIndexByID(id);
-        const int number = table_->fieldnum("Cookie");
-        if (known >= 0) return known;
-        for (unsigned i = 0; number >= 0 && i < base()->size(); ++i) {
-            const RowPtr row = base()->record(i);
-            if (row && row->value(static_cast<unsigned>(number)) == id.text().view()) return static_cast<int>(i);
-        }
-        return -1;
-    }
-    // Tags each entry whose value is that of the first of its run, in this order.
-    int tag_repeats(const std::vector<unsigned>& order, int field) {
-        const auto value = [&](unsigned i) {
-            const RowPtr row = record(i);
-            return row && field >= 0 ? lower(row->value(static_cast<unsigned>(field))) : Text();
-        };
-        int tagged = 0;
-        for (std::size_t k = 1, first = 0; k < order.size(); ++k) {
-            if (value(order[k]) == value(order[first])) {
-                entries[order[k]].tag = true;
-                ++tagged;
-            } else {
-                first = k;
-            }
-        }
-        return tagged;
+    // The first row of the base whose field holds the value.
+    int row_with(const Text& field, const Text& value) const {
+        const int number = table_->get_fieldnum(field);
+        return base()->first_where([&](unsigned row) {
+            return number >= 0 && base()->record(row) && value_of(base()->record(row), number) == value;
+        });
     }
 
-    NaiveTable* table_ = nullptr;
+    NaiveTable* table_;
     std::shared_ptr<NaiveView> base_;
 };
-
-class NaiveCursor {
-public:
-    NaiveCursor(std::shared_ptr<NaiveView> shown, bool tags) : view(std::move(shown)), tags_(tags) { step(1); }
-
-    void operator++() { step(1); }
-    void operator--() { step(-1); }
-    int index() const { return position_; }
-    void set_index(int at) { position_ = view->holds(at) ? at : -1; }
-    void remove() {
-        if (position_ >= 0) view->remove(position_, 1);
-        set_index(position_);
-    }
-    int find(const RowPtr& row) {
-        for (position_ = 0; record(); ++position_) {
-            if (record() == row) return position_;
-        }
-        return position_ = -1;
-    }
-    int findField(const char* field, const char* wanted) {
-        const int number = field_of(field);
-        if (number < 0) position_ = -1;
-        while (position_ >= 0 && value(number) != lower(wanted)) step(1);
-        return position_;
-    }
-    int findFieldSorted(const char* field, const char* wanted) {
-        const int number = field_of(field);
-        int low = position_ >= 0 ? position_ - 1 : -1, high = number < 0 ? low : static_cast<int>(view->size());
-        while (high - low > 1) {
-            position_ = (low + high) / 2;
-            const int order = value(number).compare(lower(wanted));
-            if (order == 0) return position_;
-            (order < 0 ? low : high) = position_;
-        }
-        return position_ = -1;
-    }
-    RowPtr record() const { return view->holds(position_) ? view->record(static_cast<unsigned>(position_)) : nullptr; }
-
-    const std::shared_ptr<NaiveView> view;
-
-private:
-    void step(int by) {
-        const auto size = static_cast<int>(view->size());
-        if (by < 0 && position_ < 0) position_ = size;
-        do position_ += by;
-        while (tags_ && position_ >= 0 && (by < 0 || position_ < size) &&
-               view->get_tag(static_cast<unsigned>(position_)) == 0);
-        if (by > 0 && position_ >= size) position_ = -1;
-    }
-    int field_of(const char* field) const { return view->table() ? view->table()->fieldnum(field) : 0; }
-    Text value(int field) const { return record() ? lower(record()->value(static_cast<unsigned>(field))) : Text(); }
-
-    bool tags_;
-    int position_ = -1;
-};
-
-inline void NaiveBase::announce_deleted(const std::vector<unsigned>& numbers) {
-    Text text = name + " recordsDeleted ";
-    for (const unsigned number : numbers) text += std::to_string(number) + " ";
-    for (const Listener& l : listeners_) {
-        if (l.view)
-            l.view->rows_deleted(numbers);
-        else if (l.types & kDeleted)
-            log_->push_back(text);
-    }
-}
-
-inline void NaiveBase::repoint(bool only_new) {
-    silent = true;
-    for (const Listener& l : listeners_) {
-        if (!l.view) continue;
-        l.view->rename(only_new);
-        l.view->repoint(only_new);
-    }
-}
 
 }  // namespace model
 

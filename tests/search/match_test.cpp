@@ -1,22 +1,14 @@
-// Query by example: which records match, by the type of each field and the range rule; and the plan that is worked out
-// once, against a straight evaluation of the rules for each record.
+// Query by example: which records match, by the type of each field and the range rule.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
 
-#include "keldb/fields/well_known_fields.h"
-#include "keldb/support/timecode.h"
 #include "tests/testing/random.h"
 #include "tests/testing/table_text.h"
-#include "tests/testing/texts.h"
 
 namespace {
 
 using testing_kit::pieces;
-using testing_kit::Random;
 using testing_kit::table_of;
 
 void set_query(keldb& table, std::string_view values) {
@@ -26,43 +18,7 @@ void set_query(keldb& table, std::string_view values) {
     table.set_query(query.get());
 }
 
-// The records of a table, a query, and which records match: a digit each, by match_record.
-struct Query {
-    const char* table;
-    const char* query;
-    const char* matches;
-};
-const Query kQueries[] = {
-    // Any type: the text occurs, case ignored.
-    {"n:a m:n | Take 2,7 | take 12,7 | x,", "TAKE,", "110"},
-    {"n:a m:n | Take 2,7 | take 12,7 | x,", "take 1,7", "010"},
-    {"n:a m:n | Take 2,7 | x,", ",", "11"},
-    // Timecodes: the separators count as equal; T in its punctuated form.
-    {"tc:t | 10:00:00;05 | 10:00:00:05 | 10000005", "10.00.00.05", "110"},
-    {"tc:T | 10000005; | 10:00:00:05 | 10000005 | 10000006", "10:00:00:05", "1110"},
-    {"tc:T | 10000005 | soon", "10000005", "00"},
-    {"tc:T | 10000005 | soon", "oon", "01"},
-    // One range, by start or end; the length of the query's text counts.
-    {"Start~time:t End~time:t | 09:59:00:00,10:00:30:00 | 10:01:00:00,10:02:00:00", ",10:00", "10"},
-    {"Start~time:t End~time:t | 09:59:00:00,10:00:30:00 | 10:01:00:00,10:02:00:00", "10:00,", "10"},
-    {"Start~time:t End~time:t | 10:00:00:00, | 09:00:00:00, | ,10:00:00:00 | ,", ",10:00", "1000"},
-    {"snd~start:a snd~end:a | b,d", "a,", "0"},
-    {"snd~start:a snd~end:a | b,d", "b,", "1"},
-    {"snd~start:a snd~end:a | b,d", ",d", "1"},
-    {"snd~start:a snd~end:a | b,d", "dd,", "0"},        // beyond the end in its second byte
-    {"snd~start:a snd~end:a | b,dz", "d,", "1"},        // only as many bytes as the query has
-    {"snd~start:a snd~end:a | B,D | b,d", "c,", "01"},  // bytes, not letters
-    {"snd~start:a snd~end:a | bcd,bcf", ",bce", "1"},
-    // Half a pair: the leading part alone; without the start nothing.
-    {"start~keycode:a | KU 12 3456 | KU 13", "KU 12", "10"},
-    {"start~keycode:a | KU 12", "KU 11", "0"},
-    {"end~keycode:a | KU 12", "KU 12", "0"},
-    {"START~KEYCODE:a end~keycode:a | b,d", ",c", "1"},                    // partners are found ignoring case
-    {"Start~Time:t End~Time:t | 09:59:00:00,10:00:30:00", "10:00,", "0"},  // no pair by these spellings
-    // The query of a table without fields is empty, so it is none.
-    {" | |", "", "--"},
-};
-
+// Of each record a digit: whether it matches; - for no query.
 std::string matches_of(keldb& table) {
     std::string matches;
     for (unsigned row = 0; row < table.get_num_records(); ++row) {
@@ -72,17 +28,79 @@ std::string matches_of(keldb& table) {
     return matches;
 }
 
+struct Inside : keldb {
+    using keldb::found_in_special_label_field;
+    using keldb::isSpecialLabelField;
+    using keldb::match_field;
+};
+
 TEST(Query, MatchesByTypeAndRange) {
-    for (const Query& row : kQueries) {
-        SCOPED_TRACE(std::string(row.table) + " / " + row.query);
-        keldb table = table_of(row.table);
-        EXPECT_EQ(matches_of(table), std::string(std::strlen(row.matches), '-'));  // no query yet
-        set_query(table, row.query);
-        EXPECT_EQ(matches_of(table).substr(0, std::strlen(row.matches)), row.matches);
-        table.set_case_significant_search(1);
-        EXPECT_EQ(matches_of(table).substr(0, std::strlen(row.matches)), row.matches);
-        EXPECT_EQ(table.match_record(-1), -1);
-        EXPECT_EQ(table.match_record(static_cast<int>(table.get_num_records())), -1);
+    const char* const kQueries[][3] = {
+        // the table, the query, which records match
+        // Any type: the text occurs, case ignored.
+        {"n:a m:n | Take 2,7 | take 12,7 | x,", "TAKE,", "110"},
+        {"n:a m:n | Take 2,7 | take 12,7 | x,", "take 1,7", "010"},
+        {"n:a m:n | Take 2,7 | x,", ",", "11"},
+        // Timecodes: the separators count as equal; T in its punctuated form.
+        {"tc:t | 10:00:00;05 | 10:00:00:05 | 10000005", "10.00.00.05", "110"},
+        {"tc:T | 10000005; | 10:00:00:05 | 10000005 | 10000006", "10:00:00:05", "1110"},
+        {"tc:T | 10000005 | soon", "10000005", "00"},
+        {"tc:T | 10000005 | soon", "oon", "01"},
+        // One range, by start or end; the length of the query's text counts.
+        {"Start~time:t End~time:t | 09:59:00:00,10:00:30:00 | 10:01:00:00,10:02:00:00", ",10:00", "10"},
+        {"Start~time:t End~time:t | 09:59:00:00,10:00:30:00 | 10:01:00:00,10:02:00:00", "10:00,", "10"},
+        {"Start~time:t End~time:t | 10:00:00:00, | 09:00:00:00, | ,10:00:00:00 | ,", ",10:00", "1000"},
+        {"snd~start:a snd~end:a | b,d", "a,", "0"},
+        {"snd~start:a snd~end:a | b,d", "b,", "1"},
+        {"snd~start:a snd~end:a | b,d", ",d", "1"},
+        {"snd~start:a snd~end:a | b,d", "dd,", "0"},        // beyond the end in its second byte
+        {"snd~start:a snd~end:a | b,dz", "d,", "1"},        // only as many bytes as the query has
+        {"snd~start:a snd~end:a | B,D | b,d", "c,", "01"},  // bytes, not letters
+        {"snd~start:a snd~end:a | bcd,bcf", ",bce", "1"},
+        // Half a pair: the leading part alone; without the start nothing.
+        {"start~keycode:a | KU 12 3456 | KU 13", "KU 12", "10"},
+        {"start~keycode:a | KU 12", "KU 11", "0"},
+        {"end~keycode:a | KU 12", "KU 12", "0"},
+        {"START~KEYCODE:a end~keycode:a | b,d", ",c", "1"},                    // partners are found ignoring case
+        {"Start~Time:t End~Time:t | 09:59:00:00,10:00:30:00", "10:00,", "0"},  // no pair by these spellings
+        // The query of a table without fields is empty, so it is none.
+        {" | |", "", "--"},
+    };
+    for (const auto& [fields, query, matches] : kQueries) {
+        SCOPED_TRACE(std::string(fields) + " / " + query);
+        keldb table = table_of(fields);
+        const int count = static_cast<int>(table.get_num_records());
+        EXPECT_EQ(matches_of(table), std::string(table.get_num_records(), '-'));  // no query yet
+        set_query(table, query);
+        table.set_case_significant_search(1);  // without a meaning
+        EXPECT_EQ(matches_of(table), matches);
+        EXPECT_EQ(table.match_record(-1) + table.match_record(count), -2);
+        for (unsigned row = 0; row < table.get_num_records() && *query; ++row) {  // the same, field by field
+            bool match = true;
+            for (unsigned i = 0; i < table.get_num_fields(); ++i) {
+                const auto field = static_cast<int>(i);
+                const bool one = (table.*&Inside::match_field)(table.get_record(row), field) == 1;
+                match = match && one;
+                EXPECT_EQ((table.*&Inside::found_in_special_label_field)(table.get_record(row), field),
+                          one || !(table.*&Inside::isSpecialLabelField)(i));
+            }
+            EXPECT_EQ(match, matches[row] == '1');
+        }
+    }
+}
+
+TEST(Query, MatchesNothingWithoutARecordOrField) {
+    keldb table = table_of("snd~start:a | x");
+    set_query(table, "x");
+    const dbrecord* const record = table.get_record(0);
+    const TextSearch::Criteria wanted({"x", TextSearch::kContains});
+    EXPECT_TRUE(table.matchField(record, 0, wanted));
+    EXPECT_FALSE(table.matchField(nullptr, 0, wanted) || table.matchField(record, 1, wanted));
+    for (const int field : {-1, 0, 1}) {
+        EXPECT_EQ((table.*&Inside::match_field)(record, field) != 0, field >= 0);
+        EXPECT_EQ((table.*&Inside::found_in_special_label_field)(record, field), field == 0);
+        EXPECT_EQ((table.*&Inside::match_field)(nullptr, field), 0);
+        EXPECT_FALSE((table.*&Inside::found_in_special_label_field)(nullptr, field));
     }
 }
 
@@ -111,6 +129,36 @@ TEST(Query, IsRefusedWhenShorterThanTheTable) {
     EXPECT_EQ(table.match_record(0), 1);  // a query without a field left to look at
 }
 
+// What is worked out once for a query, against the same table with the query set anew.
+TEST(QueryPlan, IsMadeAnewAfterEveryChangeOfTheTable) {
+    const std::vector<std::string> names = {"a", "Start time", "End time", "START TIME", "snd start", "snd end"};
+    const std::vector<std::string> texts = {"", "take 2", "Take", "10:00", "10:00:00:05", "10:00:00;05", "10000005"};
+    for (unsigned seed = 0; seed < 100; ++seed) {
+        testing_kit::Random random(seed);
+        keldb table = table_of("a:a Start~time:t");
+        dbrecord query(9);
+        table.set_query(&query);
+        for (int step = 0; step < 40; ++step) {
+            const unsigned kind = random.below(6), field = random.below(table.get_num_fields() + 1);
+            const auto type = static_cast<DBFieldTypes::eType>("atTM"[random.below(4)]);
+            const String name(random.of(names));
+            if (kind == 0) table.set_fieldname(field, name.c_str());
+            if (kind == 1) table.set_fieldtype(field, type);
+            if (kind == 2 && table.get_num_fields() < 9) table.addField({name, type});
+            if (kind == 3 && table.get_num_fields() > 1) table.removeField(name);
+            if (kind == 4) table.set_word_only_search(static_cast<int>(random.below(2)));
+            if (kind == 5) query.set_field(static_cast<int>(random.below(9)), random.of(texts), false);
+            if (kind == 5) table.set_query(&query);
+            const auto row = static_cast<unsigned>(table.add_records(1));
+            for (unsigned i = 0; i < table.get_num_fields(); ++i) table.setField(row, i, String(random.of(texts)));
+            keldb fresh;
+            fresh = table;
+            fresh.set_query(&query);
+            ASSERT_EQ(matches_of(table), matches_of(fresh)) << "seed " << seed << ", step " << step;
+        }
+    }
+}
+
 // The time zone is the one at the call.
 TEST(Query, SeesADateAsCalendarText) {
     const struct {
@@ -133,116 +181,6 @@ TEST(Query, SeesADateAsCalendarText) {
                   row.matches[1] == '1');
     }
     ::unsetenv("TZ");
-}
-
-// --- The rules again, for one record, without a plan ---
-
-class StraightMatch {
-public:
-    StraightMatch(keldb& table, const std::vector<std::string>& query, const std::vector<bool>& flags, bool whole_words)
-        : table_(table), query_(query), flags_(flags), flag_(whole_words ? TextSearch::kWholeWords : 0U) {}
-
-    int match(unsigned row) const {
-        const dbrecord* const record = table_.get_record(row);
-        if (!record || query_.empty()) return -1;
-        for (unsigned i = 0; i < table_.get_num_fields() && i < query_.size(); ++i) {
-            if (!query_[i].empty() && !(flags_[i] ? in_range(*record, i) : has_text(*record, i))) return 0;
-        }
-        return 1;
-    }
-
-private:
-    std::string value(const dbrecord& record, int field) const {
-        return field < 0 ? "" : std::string(record.field_text(static_cast<unsigned>(field)));
-    }
-    bool in_range(const dbrecord& record, unsigned i) const {
-        const kel::FieldPair* const pair = kel::range_pair_of(table_.get_fieldname(i));
-        if (!pair) return true;
-        const std::string start = value(record, table_.get_fieldnum(pair->start));
-        const std::string end = value(record, table_.get_fieldnum(pair->end));
-        const std::string& q = query_[i];
-        if (start.empty()) return false;
-        if (std::strncmp(q.c_str(), start.c_str(), q.size()) == 0) return true;
-        return !end.empty() && std::strncmp(q.c_str(), start.c_str(), q.size()) >= 0 &&
-               std::strncmp(q.c_str(), end.c_str(), q.size()) <= 0;
-    }
-    bool has_text(const dbrecord& record, unsigned i) const {
-        const TextSearch::Criteria wanted({String(query_[i]), TextSearch::kContains});
-        const String text = record.getField(static_cast<unsigned short>(i));
-        const DBFieldTypes::eType type = table_.get_field_type(i);
-        if (type == DBFieldTypes::timecode) return TextSearch::match(text, wanted, flag_ | TextSearch::kTimecode);
-        if (type == DBFieldTypes::timecode_s) {
-            return TextSearch::match(time_def(text, 6).get_punctuated_str(), wanted, flag_ | TextSearch::kTimecode);
-        }
-        if (type != DBFieldTypes::dos_date) return TextSearch::match(text, wanted, flag_);
-        const bool number = !text.empty() && text.view().find_first_not_of("0123456789") == std::string_view::npos;
-        const std::time_t seconds = number && text.size() < 10 ? std::atol(text.c_str()) : 0;
-        return TextSearch::match(std::ctime(&seconds), wanted, flag_);
-    }
-
-    keldb& table_;
-    const std::vector<std::string>& query_;
-    const std::vector<bool>& flags_;
-    unsigned flag_;
-};
-
-TEST(QueryPlan, AgreesWithTheRulesAcrossEveryChangeOfTheTable) {
-    const std::vector<std::string> names = {"a",         "Start time", "End time", "START TIME",
-                                            "snd start", "snd end",    "b",        "end time"};
-    const std::vector<std::string> texts = {
-        "",   "",  "take 2", "Take", "10:00", "10:00:00:05", "10:00:00;05", "10000005", "10.00",
-        "09", "1", "86400",  "1970", "Jan",   "a",           "\xFFz",       "b a"};
-    const std::string types = "atTM";
-    for (unsigned seed = 0; seed < 150; ++seed) {
-        Random random(seed);
-        keldb table(std::vector<DBFieldDesc>{{"a", DBFieldTypes::text}, {"Start time", DBFieldTypes::timecode}});
-        std::vector<bool> flags = {false, true};
-        std::vector<std::string> query;
-        bool whole_words = false;
-        for (int step = 0; step < 40; ++step) {
-            const unsigned fields = table.get_num_fields(), field = random.below(fields + 1);
-            const auto type = static_cast<DBFieldTypes::eType>(types[random.below(4)]);
-            switch (random.below(7)) {
-            case 0:
-                table.set_fieldname(field, random.of(names).c_str());
-                break;
-            case 1:
-                table.set_fieldtype(field, type);
-                break;
-            case 2: {
-                const std::string& name = random.of(names);
-                if (table.addField({String(name), type}) == fields)
-                    flags.push_back(kel::range_pair_of(name) != nullptr);
-                break;
-            }
-            case 3: {
-                const int found = table.get_fieldnum(String(random.of(names)));
-                if (found < 0 || fields < 2) break;
-                table.removeField(table.get_fieldname(static_cast<unsigned>(found)));
-                flags.erase(flags.begin() + found);
-                break;
-            }
-            case 4:
-                whole_words = !whole_words;
-                table.set_word_only_search(whole_words);
-                break;
-            default: {
-                query.assign(fields + random.below(3), "");
-                for (unsigned k = 0; k < 2; ++k) query[random.below(query.size())] = random.of(texts);
-                dbrecord example(static_cast<unsigned short>(query.size()));
-                for (unsigned i = 0; i < query.size(); ++i) example.set_field(static_cast<int>(i), query[i], false);
-                table.set_query(&example);
-            }
-            }
-            const auto row = static_cast<unsigned>(table.add_records(1));
-            for (unsigned i = 0; i < table.get_num_fields(); ++i) table.setField(row, i, String(random.of(texts)));
-            const StraightMatch straight(table, query, flags, whole_words);
-            for (unsigned i = 0; i <= row + 1; ++i) {
-                ASSERT_EQ(table.match_record(static_cast<int>(i)), straight.match(i))
-                    << "seed " << seed << ", step " << step << ": " << testing_kit::text_of(table);
-            }
-        }
-    }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Number texts are read as the C locale's own functions read them; case-blind order is the order of folded bytes.
+// Number texts are read as the C locale's own functions read them; case-blind order is the order of folded bytes, and
+// natural order counts as people do; a needle is found exactly where a search by the plain rule finds it.
 
 #include "keldb/support/ascii.h"
 
@@ -8,30 +9,32 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
+#include "keldb/support/ordering.h"
+#include "keldb/support/text_search.h"
 #include "tests/testing/c_locale.h"
+#include "tests/testing/table_text.h"
 #include "tests/testing/texts.h"
 
 namespace {
 
-std::string number_text(std::mt19937& random) {
-    constexpr const char* kParts[] = {" ",      "\t",  "+",    "-",   "0",          "1", "9",   "25",       ".",
-                                      "e",      "E",   "0x",   "p",   "a",          "F", "inf", "infinity", "nan",
-                                      "nan(1)", "400", "-400", "308", "2147483648", "x", "\xB2"};
-    std::string text;
-    for (std::size_t parts = random() % 8; parts > 0; --parts) {
-        text += kParts[random() % std::size(kParts)];
-    }
-    return text;
-}
+using testing_kit::folded;
+using testing_kit::odd_texts;
+using testing_kit::sign;
 
+// Long runs of zeros with exponents that undo them reach beyond the range of a double on the way.
 TEST(Numbers, ReadAsTheCLocaleReadsThem) {
+    std::vector<std::string> parts = testing_kit::pieces(
+        " |\t|+|-|0|1|9|25|.|e|E|0x|p|a|F|inf|infinity|nan|nan(1)|308|e400|e-400|p-1600|2147483648|99999999999|x|\xB2",
+        '|');
+    parts.emplace_back(400, '0');
     std::mt19937 random(2);
     for (int i = 0; i < 400'000; ++i) {
-        const std::string text = number_text(random);
+        std::string text;
+        for (std::size_t left = random() % 8; left > 0; --left) text += parts[random() % parts.size()];
         const auto exact = testing_kit::exact_copy(text);  // nothing behind the last byte may be read
         const std::string_view seen(exact.get(), text.size());
         const long long integer = std::strtoll(text.c_str(), nullptr, 10);
@@ -43,25 +46,105 @@ TEST(Numbers, ReadAsTheCLocaleReadsThem) {
     }
 }
 
-TEST(Numbers, BeyondTheRange) {
-    const std::string zeros(400, '0');
-    for (const std::string& text :
-         {"1" + zeros, "-1" + zeros + ".5", "0." + zeros + "1", "1" + zeros + "e-400", "0." + zeros + "1e400",
-          std::string("1e99999999999"), std::string("1e-99999999999"), "0x1" + zeros + "p-1600", "0x." + zeros + "1",
-          "0x1" + zeros, std::string("5e-324"), std::string("0e99999"), std::string("1.7976931348623159e308")}) {
-        EXPECT_EQ(kel::read_double(text), testing_kit::plain_strtod(text)) << text;
+TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
+    for (const std::string& a : odd_texts()) {
+        for (const std::string& b : odd_texts()) {
+            const int expected = sign(folded(a).compare(folded(b)));
+            ASSERT_EQ(sign(kel::compare_ignoring_case(a, b)), expected) << a << " / " << b;
+            ASSERT_EQ(kel::equal_ignoring_case(a, b), expected == 0);
+            ASSERT_EQ(kel::starts_ignoring_case(a, b), folded(a).starts_with(folded(b)));
+            ASSERT_EQ(kel::ends_ignoring_case(a, b), folded(a).ends_with(folded(b)));
+        }
     }
 }
 
-TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
-    for (const std::string& a : testing_kit::odd_texts()) {
-        for (const std::string& b : testing_kit::odd_texts()) {
-            const int expected = testing_kit::sign(testing_kit::folded(a).compare(testing_kit::folded(b)));
-            ASSERT_EQ(testing_kit::sign(kel::compare_ignoring_case(a, b)), expected) << a << " / " << b;
-            ASSERT_EQ(kel::equal_ignoring_case(a, b), expected == 0);
-            ASSERT_EQ(kel::starts_ignoring_case(a, b), testing_kit::folded(a).starts_with(testing_kit::folded(b)));
-            ASSERT_EQ(kel::ends_ignoring_case(a, b), testing_kit::folded(a).ends_with(testing_kit::folded(b)));
+int natural(const std::string& a, const std::string& b) {
+    const auto left = testing_kit::exact_copy(a), right = testing_kit::exact_copy(b);
+    return sign(strxcmp({left.get(), a.size()}, {right.get(), b.size()}));
+}
+
+TEST(NaturalOrder, KeepsTheLawsOnAllTriples) {
+    for (const std::string& a : odd_texts()) {
+        for (const std::string& b : odd_texts()) {
+            const int order = natural(a, b);
+            ASSERT_EQ(order, -natural(b, a)) << a << " / " << b;
+            ASSERT_EQ(order == 0, folded(a) == folded(b)) << a << " / " << b;
+            for (const std::string& c : odd_texts()) {
+                const int next = natural(b, c);
+                ASSERT_TRUE(order > 0 || next > 0 || natural(a, c) == std::min(order, next))
+                    << a << " / " << b << " / " << c;
+            }
         }
+    }
+}
+
+TEST(NaturalOrder, CountsAsPeopleDo) {
+    const std::vector<std::string> ascending = testing_kit::pieces(
+        "|!|0|00|01|1|2|10|10a|10b|0011|a|Take|TAKE 02|take 2|take 2a|take 10|take 99999999999999999999|"
+        "take 100000000000000000000|take x|\xC3\xA9",
+        '|');
+    for (std::size_t i = 0; i < ascending.size(); ++i) {
+        for (std::size_t j = 0; j < ascending.size(); ++j) {
+            EXPECT_EQ(natural(ascending[i], ascending[j]), i < j ? -1 : i > j) << ascending[i] << '/' << ascending[j];
+        }
+    }
+}
+
+// --- TextSearch ---
+
+std::string seen(std::string text, unsigned flags) {
+    text = testing_kit::folded(text);
+    for (char& c : text) {
+        if ((flags & TextSearch::kTimecode) && (c == ';' || c == '.' || c == ',')) c = ':';
+    }
+    return text;
+}
+
+bool in_word(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || static_cast<unsigned char>(c) > 127; }
+
+bool naive_found(const std::string& wanted, const std::string& text, unsigned flags) {
+    const std::string needle = seen(wanted, flags), hay = seen(text, flags);
+    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) {
+        const std::size_t end = at + needle.size();
+        const bool alone = (at == 0 || !in_word(hay[at - 1])) && (end == hay.size() || !in_word(hay[end]));
+        if (needle.empty() || !(flags & TextSearch::kWholeWords) || alone) return true;
+    }
+    return false;
+}
+
+void expect_same(const std::string& wanted, const std::string& text) {
+    const auto exact = testing_kit::exact_copy(text);
+    for (unsigned flags = 0; flags <= (TextSearch::kWholeWords | TextSearch::kTimecode); ++flags) {
+        const bool found = kel::Needle(wanted, flags).found_in({exact.get(), text.size()});
+        ASSERT_EQ(found, naive_found(wanted, text, flags)) << wanted << " in " << text << ", flags " << flags;
+    }
+}
+
+TEST(TextSearch, FindsWhatThePlainRuleFinds) {
+    for (std::size_t wanted_length = 0; wanted_length <= 3; ++wanted_length) {
+        testing_kit::every_text("aB;: \xC9", wanted_length, [](const std::string& wanted) {
+            for (std::size_t length = 0; length <= 4; ++length) {
+                testing_kit::every_text("Ab:. ", length, [&](const std::string& text) { expect_same(wanted, text); });
+            }
+        });
+    }
+}
+
+// Longer texts of few characters, where a match may begin at any place and near matches are many; the pairs are those
+// that differ in one bit from a letter or a separator.
+TEST(TextSearch, FindsInLongTexts) {
+    std::mt19937 random(3);
+    constexpr std::string_view kAlphabet("aAb:;.,!@`[{\0\x80\xFFz", 16);
+    const auto some = [&](std::size_t longest, std::size_t letters) {
+        std::string text(random() % (longest + 1), ' ');
+        for (char& c : text) c = kAlphabet[random() % letters];
+        return text;
+    };
+    for (int i = 0; i < 60'000; ++i) {
+        const std::size_t letters = 2 + random() % (kAlphabet.size() - 1);
+        const std::string text = some(70, letters);
+        const std::string part = text.substr(text.empty() ? 0 : random() % text.size(), random() % 12);
+        expect_same(random() % 2 ? part : some(6, letters), text);
     }
 }
 

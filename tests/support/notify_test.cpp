@@ -8,9 +8,8 @@
 #include <new>
 #include <string>
 #include <utility>
-#include <vector>
 
-#include "tests/testing/allocation_faults.h"
+#include "tests/testing/table_text.h"
 
 namespace {
 
@@ -22,210 +21,122 @@ constexpr int kOtherType = 2;
 //     -X  deregisters listener X        +X  registers listener X
 //     !   announces again
 //     ^   raises std::bad_alloc
-class Stage {
-public:
-    void add(char name, std::string script = "") {
-        scripts_[name] = std::move(script);
-        guards_[name] = notifier_.registerNotification(Qv::Ptr<NotifyCallback>(new Listener(*this, name)), kType);
+struct Stage {
+    explicit Stage(const char* listeners) {  // "a b-c c": three, of which the second has a script
+        for (const std::string& each : testing_kit::pieces(listeners, ' ')) add(each[0], each.substr(1));
     }
     // What was heard, in order; a nested message stands in brackets.
     std::string announce() {
-        heard_.clear();
+        heard.clear();
         try {
-            notifier_.call(NotifyMsg(String("x"), nullptr), kType);
+            notifier.call(NotifyMsg(nullptr), kOtherType);  // nobody hears
+            notifier.call(NotifyMsg(nullptr), kType);
         } catch (const std::bad_alloc&) {
-            heard_ += "^";
+            heard += "^";
         }
-        return heard_;
+        return heard;
     }
-    void remove(char name) { notifier_.deregisterNotification(guards_[name]); }
-    bool registered(char name) { return guards_[name]->registered(); }
-    bool alive(char name) const { return alive_.at(name) > 0; }
-    Notifier& notifier() { return notifier_; }
 
-private:
     struct Listener : NotifyCallback {
-        Listener(Stage& stage, char name) : stage_(stage), name_(name) { ++stage_.alive_[name_]; }
-        Listener(const Listener&) = delete;
-        Listener& operator=(const Listener&) = delete;
-        ~Listener() override { --stage_.alive_[name_]; }
+        Listener(Stage& stage, char name, std::string script)
+            : stage_(stage), name_(name), script_(std::move(script)) {}
         int call(const NotifyMsg&) override {
-            stage_.heard_ += name_;
-            stage_.act(std::exchange(stage_.scripts_[name_], ""));
-            EXPECT_TRUE(stage_.alive(name_)) << "destroyed in the middle of its call";
+            stage_.heard += name_;
+            const std::string script = std::exchange(script_, "");
+            for (std::size_t i = 0; i < script.size(); ++i) {
+                if (script[i] == '-') stage_.notifier.deregisterNotification(stage_.guards[script[++i]]);
+                if (script[i] == '+') stage_.add(script[++i], "");
+                if (script[i] == '^') throw std::bad_alloc();
+                if (script[i] == '!') {
+                    stage_.heard += "[";
+                    stage_.notifier.call(NotifyMsg(nullptr), kType);
+                    stage_.heard += "]";
+                }
+            }
+            EXPECT_EQ(script_, "");  // it is still there
             return 0;
         }
         Stage& stage_;
         char name_;
+        std::string script_;
     };
 
-    void act(const std::string& script) {
-        for (std::size_t i = 0; i < script.size(); ++i) {
-            switch (script[i]) {
-            case '-':
-                notifier_.deregisterNotification(guards_[script[++i]]);
-                break;
-            case '+':
-                add(script[++i]);
-                break;
-            case '^':
-                throw std::bad_alloc();
-            case '!':
-                heard_ += "[";
-                notifier_.call(NotifyMsg(String("x"), nullptr), kType);
-                heard_ += "]";
-                break;
-            default:
-                break;
-            }
-        }
+    void add(char name, const std::string& script) {
+        const Qv::Ptr<NotifyCallback> listener(new Listener(*this, name, script));
+        guards[name] = notifier.registerNotification(listener, kType);
     }
 
-    std::map<char, std::string> scripts_;
-    std::map<char, Qv::Ptr<Qv::Guard>> guards_;
-    std::map<char, int> alive_;
-    std::string heard_;
-    Notifier notifier_;  // the last member: its listeners write to the others as they go
+    std::map<char, Qv::Ptr<Qv::Guard>> guards;
+    std::string heard;
+    Notifier notifier;
 };
 
 TEST(Notifier, ListenersMayDoAnythingButDestroyIt) {
     const struct {
-        std::map<char, std::string> scripts;
-        const char* first;   // heard of the first message
-        const char* second;  // and of the next
+        const char* listeners;
+        std::string first;   // heard of the first message
+        std::string second;  // and of the next
     } kCases[] = {
-        {{{'a', ""}, {'b', ""}, {'c', ""}}, "abc", "abc"},
-        {{{'a', "-a"}, {'b', ""}, {'c', ""}}, "abc", "bc"},    // itself
-        {{{'a', ""}, {'b', "-c"}, {'c', ""}}, "ab", "ab"},     // the next
-        {{{'a', ""}, {'b', "-a"}, {'c', ""}}, "abc", "bc"},    // the one before
-        {{{'a', ""}, {'b', "-a-b-c"}, {'c', ""}}, "ab", ""},   // all
-        {{{'a', "-b+b"}, {'b', ""}, {'c', ""}}, "ac", "acb"},  // gone and back: hears the next message
-        {{{'a', "+d+e+f+g+h"}, {'b', ""}}, "ab", "abdefgh"},   // the list grows under the delivery
-        {{{'a', "+d!"}, {'b', ""}}, "a[abd]b", "abd"},         // added, it hears the nested message
-        {{{'a', "-b!"}, {'b', ""}, {'c', ""}}, "a[ac]c", "ac"},
-        {{{'a', ""}, {'b', "!-b"}, {'c', ""}}, "ab[abc]c", "ac"},
-        {{{'a', "!"}, {'b', "-c"}, {'c', ""}}, "a[ab]b", "ab"},  // gone by the inner message, for the outer too
-        {{{'a', "-a!"}, {'b', "!"}, {'c', ""}}, "a[b[bc]c]bc", "bc"},
-        {{{'a', "-a^"}, {'b', ""}}, "a^", "b"},  // raising ends the delivery, not the list
-        {{{'a', "!-b^"}, {'b', ""}, {'c', ""}}, "a[abc]^", "ac"},
-        {{{'a', "!"}, {'b', "-c^"}, {'c', ""}}, "a[ab^", "ab"},
+        {"a b c", "abc", "abc"},
+        {"a-a b c", "abc", "bc"},            // itself
+        {"a b-c c", "ab", "ab"},             // the next
+        {"a b-a c", "abc", "bc"},            // the one before
+        {"a b-a-b-c c", "ab", ""},           // all
+        {"a-b+b b c", "ac", "acb"},          // gone and back: hears the next message
+        {"a+d+e+f+g+h b", "ab", "abdefgh"},  // the list grows under the delivery
+        {"a+d! b", "a[abd]b", "abd"},        // added, it hears the nested message
+        {"a-b! b c", "a[ac]c", "ac"},
+        {"a b!-b c", "ab[abc]c", "ac"},
+        {"a! b-c c", "a[ab]b", "ab"},  // gone by the inner message, for the outer too
+        {"a-a! b! c", "a[b[bc]c]bc", "bc"},
+        {"a-a^ b", "a^", "b"},  // raising ends the delivery, not the list
+        {"a!-b^ b c", "a[abc]^", "ac"},
+        {"a! b-c^ c", "a[ab^", "ab"},
     };
     for (const auto& c : kCases) {
-        Stage stage;
-        for (const auto& [name, script] : c.scripts) {
-            stage.add(name, script);
-        }
+        Stage stage(c.listeners);
         EXPECT_EQ(stage.announce(), c.first);
         EXPECT_EQ(stage.announce(), c.second);
+        EXPECT_EQ(stage.notifier.callbacks(kType).size(), c.second.size());
+        EXPECT_EQ(stage.notifier.hasListeners(kType), !c.second.empty());
+        EXPECT_FALSE(stage.notifier.hasListeners(kOtherType));
     }
 }
 
-TEST(Notifier, HearsOnlyItsType) {
-    Stage stage;
-    stage.add('a');
-    EXPECT_TRUE(stage.notifier().hasListeners(kType));
-    EXPECT_FALSE(stage.notifier().hasListeners(kOtherType));
-    stage.notifier().call(NotifyMsg(nullptr), kOtherType);
-    EXPECT_EQ(stage.announce(), "a");
-}
-
-TEST(Notifier, GuardsAndCallbacks) {
-    Stage stage;
-    stage.add('a', "-a");
-    EXPECT_TRUE(stage.registered('a') && stage.alive('a'));
-    EXPECT_EQ(stage.announce(), "a");
-    EXPECT_FALSE(stage.registered('a') || stage.alive('a'));
-    EXPECT_FALSE(stage.notifier().hasListeners(kType));
-
-    stage.add('b');
-    stage.add('c');
-    stage.remove('b');
-    EXPECT_FALSE(stage.registered('b') || stage.alive('b'));
-    EXPECT_EQ(stage.announce(), "c");
-
-    Qv::Ptr<Qv::Guard> guard;
-    stage.notifier().deregisterNotification(guard);  // null: nothing
+TEST(Notifier, RegistrationsEndWithTheirGuardOrTheAnnouncer) {
+    struct Deaf : NotifyCallback {
+        int call(const NotifyMsg&) override { return 0; }
+    };
+    const Qv::Ptr<NotifyCallback> callback(new Deaf);
+    Qv::Ptr<Qv::Guard> ended, guard;
     {
-        struct Deaf : NotifyCallback {
-            int call(const NotifyMsg&) override { return 0; }
-        };
-        Notifier notifier;
-        guard = notifier.registerNotification(Qv::Ptr<NotifyCallback>(new Deaf), kType);
-        stage.notifier().deregisterNotification(guard);  // another announcer's: nothing
-        EXPECT_TRUE(guard->registered());
+        Notifier notifier, other;
         EXPECT_FALSE(notifier.registerNotification(nullptr, kType));
+        ended = notifier.registerNotification(callback, kType);
+        guard = notifier.registerNotification(callback, kType);
+        EXPECT_TRUE(ended->registered() && callback->holders() == 3);
+        notifier.deregisterNotification(ended);
+        notifier.deregisterNotification(nullptr);
+        other.deregisterNotification(guard);  // another announcer's: nothing
+        EXPECT_TRUE(!ended->registered() && guard->registered() && callback->holders() == 2);
         const Notifier copy(notifier);
         EXPECT_FALSE(copy.hasListeners(kType));
         notifier = copy;
         EXPECT_TRUE(notifier.hasListeners(kType));
     }
-    EXPECT_FALSE(guard->registered());
-}
-
-TEST(Notifier, FailedRegistrationAddsNobody) {
-    struct Deaf : NotifyCallback {
-        int call(const NotifyMsg&) override { return 0; }
-    };
-    const long blocks = testing_kit::live_blocks();
-    const auto work = [] {
-        Notifier notifier;
-        const Qv::Ptr<NotifyCallback> callback(new Deaf);
-        try {
-            notifier.registerNotification(callback, kType);
-        } catch (const std::bad_alloc&) {
-            EXPECT_FALSE(notifier.hasListeners(kType));
-            EXPECT_EQ(callback->holders(), 1);
-        }
-    };
-    EXPECT_EQ(testing_kit::sweep_allocations(
-                  work, [&] { return std::string(testing_kit::live_blocks() == blocks ? "" : "memory is left"); }),
-              "");
+    EXPECT_TRUE(!guard->registered() && callback->holders() == 1);
 }
 
 TEST(NotifyMessages, NamesAndTokens) {
     NotifyMsgTypeDictionary& names = NotifyMsgTypeDictionary::instance();
-    const int changed = names.intern("recordsChanged");
-    const int deleted = names.intern("recordsDeleted");
-    EXPECT_GT(changed, 0);
-    EXPECT_NE(changed, deleted);
-    EXPECT_EQ(names.intern("recordsChanged"), changed);
-
-    const struct {
-        const char* text;
-        std::vector<std::string> tokens;
-    } kCases[] = {{"", {}},
-                  {"  ", {}},
-                  {"3 -1 2", {"3", "-1", "2"}},
-                  {" a  token_of_more_than_15_bytes ", {"a", "token_of_more_than_15_bytes"}}};
-    for (const auto& c : kCases) {
-        const NotifyMsg message(String(c.text), nullptr);
-        std::vector<std::string> tokens;
-        NotifyMsgTokenIterator token(message);
-        for (; *token; ++token) {
-            tokens.emplace_back(*token);
-        }
-        EXPECT_EQ(tokens, c.tokens) << c.text;
-        ++token;
-        EXPECT_EQ(*token, nullptr);
-    }
-}
-
-TEST(NotifyMessages, PayloadsAreCopiesThatLiveAsLongAsAnyoneHoldsThem) {
-    const long blocks = testing_kit::live_blocks();
-    {
-        std::vector<int> data{1, 2, 3};
-        Qv::Ptr<WrappedData<std::vector<int>>> held;
-        {
-            const Qv::Ptr<WrappedData<std::vector<int>>> payload(new WrappedData<std::vector<int>>(data));
-            const NotifyMsg message{Qv::Ptr<iObject>(payload)};
-            data.clear();
-            held = payload;
-            EXPECT_EQ(payload->holders(), 3);
-        }
-        EXPECT_EQ(held->data(), (std::vector<int>{1, 2, 3}));
-        EXPECT_EQ(held->holders(), 1);
-    }
-    EXPECT_EQ(testing_kit::live_blocks(), blocks);
+    const int changed = names.intern("recordsChanged"), deleted = names.intern("recordsDeleted");
+    EXPECT_TRUE(changed > 0 && deleted > 0 && changed != deleted && names.intern("recordsChanged") == changed);
+    const NotifyMsg message(" 3 -1  token_of_more_than_15_bytes ", nullptr), blank("  ", nullptr);
+    std::string walked;
+    NotifyMsgTokenIterator token(message);
+    for (; *token; ++token) walked += *token + std::string("|");
+    EXPECT_EQ(walked, "3|-1|token_of_more_than_15_bytes|");
+    EXPECT_TRUE(*++token == nullptr && *NotifyMsgTokenIterator(blank) == nullptr);
 }
 
 }  // namespace

@@ -1,30 +1,35 @@
-// A String behaves as the text it holds, whatever its length, however it is shared and wherever an argument lies.
+// A String behaves as the text it holds, whatever its length, however it is shared and wherever an argument lies. Any
+// bytes can be a file name, and come back from a WString as they were.
 
 #include "keldb/support/string.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
+#include <functional>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "keldb/support/conversions.h"
+#include "keldb/support/paths.h"
+#include "keldb/support/platform.h"
 #include "tests/testing/allocation_faults.h"
+#include "tests/testing/temp_dir.h"
+#include "tests/testing/texts.h"
 
 namespace {
 
+using namespace std::string_literals;
 using testing_kit::live_blocks;
-using testing_kit::sweep_allocations;
+using testing_kit::wide;
 
 // Lengths around the 15 bytes that lie inline, zero and high bytes among them.
 std::string some_text(std::mt19937& random) {
     constexpr std::size_t kLengths[] = {0, 1, 7, 14, 15, 16, 17, 40, 200};
     std::string text(kLengths[random() % std::size(kLengths)], ' ');
-    for (char& c : text) {
-        c = "aZ0 \0\x80\xFF"[random() % 7];
-    }
+    for (char& c : text) c = "aZ0 \0\x80\xFF"[random() % 7];
     return text;
 }
 
@@ -36,69 +41,41 @@ TEST(String, IsTheTextItHolds) {
         constexpr std::size_t kTexts = 6;
         std::vector<String> texts(kTexts);
         std::vector<std::string> twins(kTexts);
+        std::size_t a = 0, b = 0, from = 0, length = 0;
+        const char* const null = nullptr;
+        const std::function<void()> kSteps[] = {
+            [&] { twins[a] = some_text(random), texts[a] = String(std::string_view(twins[a])); },
+            [&] { texts[a] = texts[b], twins[a] = std::string(twins[b]); },
+            [&] { texts[a].swap(texts[b]), twins[a].swap(twins[b]); },
+            [&] { texts[a] = String(texts[b]) + texts[a].view(), twins[a] = twins[b] + twins[a]; },
+            [&] { texts[a] += texts[b].view().substr(from, length), twins[a] += std::string(twins[b], from, length); },
+            [&] { texts[a] += 'x', twins[a] += 'x', texts[a] += null; },
+            [&] { texts[a] += INT_MIN, texts[a] += UINT_MAX, twins[a] += "-21474836484294967295"; },
+            [&] { texts[a] = texts[b].c_str(), twins[a] = twins[b].substr(0, twins[b].find('\0')); },
+            [&] { texts[a] = null, twins[a].clear(); },
+        };
         for (int step = 0; step < 200'000; ++step) {
-            const std::size_t a = random() % kTexts;
-            const std::size_t b = random() % kTexts;
-            const std::size_t from = random() % (twins[b].size() + 1);
-            const std::size_t length = random() % (twins[b].size() - from + 1);
-            const int operation = static_cast<int>(random() % 8);
-            switch (operation) {
-            case 0:
-                twins[a] = some_text(random), texts[a] = String(std::string_view(twins[a]));
-                break;
-            case 1:
-                texts[a] = texts[b], twins[a] = std::string(twins[b]);
-                break;
-            case 2:
-                texts[a].swap(texts[b]), twins[a].swap(twins[b]);
-                break;
-            case 3:
-                texts[a] = String(texts[b]) + texts[a].view(), twins[a] = twins[b] + twins[a];
-                break;
-            case 4:
-                texts[a] += texts[b].view().substr(from, length), twins[a] += std::string(twins[b], from, length);
-                break;
-            case 5:
-                texts[a] += 'x', twins[a] += 'x';
-                break;
-            case 6:
-                texts[a] += step, texts[a] += 4294967295U, twins[a] += std::to_string(step) + "4294967295";
-                break;
-            case 7:
-                texts[a] = texts[b].c_str(), twins[a] = twins[b].substr(0, twins[b].find('\0'));
-                break;
-            }
-            if (twins[a].size() > 5'000) {
-                texts[a] = String(), twins[a].clear();
-            }
-            ASSERT_EQ(texts[a].view(), twins[a]) << "operation " << operation;
-            ASSERT_EQ(texts[b].view(), twins[b]) << "operation " << operation;
+            a = random() % kTexts, b = random() % kTexts;
+            from = random() % (twins[b].size() + 1), length = random() % (twins[b].size() - from + 1);
+            const std::size_t kind = twins[a].size() > 5'000 ? 8 : random() % std::size(kSteps);
+            kSteps[kind]();
+            ASSERT_EQ(texts[a].view(), twins[a]) << "step of kind " << kind;
+            ASSERT_EQ(texts[b].view(), twins[b]) << "step of kind " << kind;
             ASSERT_EQ(texts[a].c_str()[twins[a].size()], 0);
             ASSERT_EQ(texts[a] == texts[b], twins[a] == twins[b]);
             ASSERT_EQ(texts[a] < texts[b], twins[a] < twins[b]);
+            ASSERT_EQ(texts[a] == null, twins[a].empty());
         }
     }
     EXPECT_EQ(live_blocks(), blocks);
 }
 
-TEST(String, NullReadsAsEmpty) {
-    String text(nullptr);
-    text += nullptr;
-    EXPECT_TRUE(text.empty());
-    EXPECT_STREQ(text.c_str(), "");
-    EXPECT_TRUE(text == static_cast<const char*>(nullptr));
-}
-
-TEST(String, CopiesOfALongTextAreOneBlock) {
+TEST(String, CopiesShareOneBlockAndGrowthTakesFew) {
     const long blocks = live_blocks();
-    const String text(std::string(1'000, 'x').c_str());
+    String text(std::string(1'000, 'x').c_str());
     const std::vector<String> copies(50, text);
     EXPECT_LE(live_blocks() - blocks, 2);  // the text and the vector
     EXPECT_EQ(copies.back().c_str(), text.c_str());
-}
-
-TEST(String, GrowsInLinearTime) {
-    String text;
     int moves = 0;
     for (int i = 0; i < 100'000; ++i) {
         const char* before = text.c_str();
@@ -114,77 +91,75 @@ TEST(String, ThreadsMayShareAText) {
         const String text(std::string(100, 's').c_str());
         std::atomic<int> ready{0};
         const auto copy = [&ready, text] {
-            for (++ready; ready < 2;) {
-            }
-            for (int i = 0; i < 300'000; ++i) {
-                const String mine(text);
-                ASSERT_EQ(mine.size(), 100U);
-            }
+            ++ready;
+            while (ready < 2) std::this_thread::yield();
+            for (int i = 0; i < 300'000; ++i) ASSERT_EQ(String(text).size(), 100U);
         };
         std::thread other(copy);
         copy();
         other.join();
-        String sole(text);
-        sole += 'x';
-        EXPECT_EQ(text.size(), 100U);
     }
     EXPECT_EQ(live_blocks(), blocks);
 }
 
-TEST(String, FailedGrowthLeavesTheText) {
-    const std::string forty(40, 'x');
-    String text(forty.c_str());
-    const auto unchanged = [&] { return text == forty.c_str() || text == (forty + forty).c_str() ? "" : "changed"; };
-    EXPECT_EQ(sweep_allocations([&] { text = String(forty.c_str()), text += text; }, unchanged), "");
+// --- WString ---
+
+TEST(FileNames, AnyBytesComeBack) {
+    std::string alphabet;
+    for (int byte = 0; byte < 256; ++byte) alphabet += static_cast<char>(byte);
+    const auto comes_back = [](const std::string& bytes) { ASSERT_EQ(toUTF8(wide(bytes)).view(), bytes); };
+    testing_kit::every_text(alphabet, 2, comes_back);
+    // Bytes at the edges of the well-formed ranges.
+    testing_kit::every_text("a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 4, comes_back);
 }
 
-TEST(Conversions, UnsignedNumbers) {
-    constexpr unsigned kFallback = 7;
-    const struct {
-        const char* text;
-        unsigned value;
-    } kCases[] = {
-        {"0", 0},          {"4294967295", 4294967295U},
-        {"4294967296", 7}, {" 12\t\r\n", 12},
-        {"", 7},           {" ", 7},
-        {"-1", 7},         {"+1", 7},
-        {"1 2", 7},        {"12x", 7},
-        {"0x10", 7},       {"\x80", 7},
-        {"000012", 12},    {"99999999999999999999", 7},
+TEST(FileNames, CodePoints) {
+    const std::pair<std::string, std::wstring> kCases[] = {
+        {"", L""},
+        {"a\0b"s, L"a\0b"s},
+        {"\xC2\xA0\xDF\xBF", L"\u00A0\u07FF"},
+        {"\xE0\xA0\x80\xE2\x82\xAC\xEF\xBF\xBF", L"\u0800\u20AC\uFFFF"},
+        {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\U00010000\U0010FFFF"},
+        {"\xC0\x80", L"\xDCC0\xDC80"},                      // an overlong zero
+        {"\xE0\x80\x80", L"\xDCE0\xDC80\xDC80"},            // another
+        {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"},            // a surrogate as UTF-8
+        {"\xF4\x90\x80\x80", L"\xDCF4\xDC90\xDC80\xDC80"},  // beyond the last code point
+        {"\xE2\x82", L"\xDCE2\xDC82"},                      // cut short
+        {"caf\xE9.rak", L"caf\xDCE9.rak"},                  // Latin-1
     };
-    for (const auto& c : kCases) {
-        EXPECT_EQ(UIntFromString(c.text, kFallback), c.value) << c.text;
-    }
-    EXPECT_EQ(StringFromInteger(-2147483647 - 1), "-2147483648");
+    for (const auto& [bytes, text] : kCases) EXPECT_EQ(wide(bytes).text(), text) << bytes;
+    EXPECT_EQ(toUTF8(WString(std::wstring(1, static_cast<wchar_t>(0x7FFFFFFF)))), "\xEF\xBF\xBD");
+    EXPECT_TRUE(WStringFromAscii(nullptr).empty());
+    EXPECT_TRUE(WString(L"a.RAK").endsWith(L".RAK"));
+    EXPECT_FALSE(WString(L"a.rak").endsWith(L".RAK") || WString(L"rak").endsWith(L".rak"));
 }
 
-TEST(Conversions, Booleans) {
-    const struct {
-        const char* text;
-        int value;  // -1 for neither
-    } kCases[] = {{"true", 1}, {"T", 1}, {"Yes", 1}, {"y", 1},  {"1", 1},   {"FALSE", 0},  {"f", 0},    {"no", 0},
-                  {"N", 0},    {"0", 0}, {"", -1},   {"2", -1}, {"on", -1}, {"true ", -1}, {"\xD9", -1}};
-    for (const auto& c : kCases) {
-        for (const bool before : {false, true}) {
-            bool value = before;
-            EXPECT_EQ(BoolFromString(c.text, value), c.value >= 0) << c.text;
-            EXPECT_EQ(value, c.value >= 0 ? c.value == 1 : before) << c.text;
-        }
+TEST(FileNames, BaseNames) {
+    for (const auto& [path, base] :
+         {std::pair(L"", L""), std::pair(L"Clips.rak", L"Clips"), std::pair(L"/a.b/Clips.v2.rak", L"Clips.v2"),
+          std::pair(L"a/.hidden", L".hidden"), std::pair(L"a/.hidden.rak", L".hidden"), std::pair(L"a.b/c", L"c"),
+          std::pair(L"a/", L""), std::pair(L"Clips.", L"Clips")}) {
+        EXPECT_EQ(stripPathAndExt(path).text(), base) << toUTF8(path).c_str();
     }
-    EXPECT_EQ(BoolAsString(true), "true");
-    EXPECT_EQ(BoolAsString(false), "false");
 }
 
-TEST(Conversions, VisibleCharactersAndCase) {
-    EXPECT_TRUE(isEssentiallyEmpty(""));
-    EXPECT_TRUE(isEssentiallyEmpty(std::string_view(" \t\r\n\v\f\0\x1F\x7F", 9)));
-    EXPECT_FALSE(isEssentiallyEmpty("  . "));
-    EXPECT_FALSE(isEssentiallyEmpty("\xA0"));
-    String text("\xC4 MiXed [Case] of more than fifteen");
-    const String shared(text);
-    toLower(text);
-    EXPECT_EQ(text, "\xC4 mixed [case] of more than fifteen");
-    EXPECT_EQ(shared, "\xC4 MiXed [Case] of more than fifteen");
+TEST(FileNames, ReachTheSystemUnchanged) {
+    const testing_kit::TempDir folder;
+    const WString name = wide(folder.path("caf\xE9 \xC3\xA9")), old = wide(folder.path("old"));
+    EXPECT_FALSE(fileExists(name) || fileExists(L""));
+    testing_kit::write_file(folder.path("caf\xE9 \xC3\xA9"), "x");
+    testing_kit::write_file(folder.path("old"), "old");
+    EXPECT_TRUE(fileExists(name) && fileExists(wide(folder.path())));
+    EXPECT_TRUE(OS().move(name, old, 0));  // replaces
+    EXPECT_EQ(testing_kit::file_bytes(folder.path("old")), "x");
+    EXPECT_FALSE(OS().move(name, wide(folder.path("new")), 0) || OS().remove(name));
+    // A zero byte in a name must not make it another name.
+    const WString cut = wide(folder.path("old\0.tmp"s));
+    EXPECT_FALSE(fileExists(cut) || OS().remove(cut) || OS().move(cut, name, 0) || OS().move(old, cut, 0));
+    EXPECT_TRUE(OS().remove(old));
+    std::filesystem::create_symlink("nowhere", folder.path("dangling"));
+    EXPECT_FALSE(fileExists(wide(folder.path("dangling"))));
+    EXPECT_EQ(testing_kit::names_in(folder.path()), std::vector<std::string>{"dangling"});
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// A TextFile holds the lines of a file, whatever its line ends, and a read that fails half-way is no shorter file.
+// A TextFile holds the lines of a file, whatever its line ends; read one by one through a window they are the same, and
+// so are lines written in pieces. A read that fails half-way is no shorter file.
 
 #include "keldb/support/text_file.h"
 
@@ -6,10 +7,12 @@
 
 #include <sys/stat.h>
 
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "keldb/support/read_window.h"
 #include "tests/testing/allocation_faults.h"
 #include "tests/testing/faulty_platform.h"
 #include "tests/testing/temp_dir.h"
@@ -17,6 +20,7 @@
 
 namespace {
 
+using testing_kit::TempDir;
 using testing_kit::wide;
 using Lines = std::vector<std::string>;
 
@@ -25,25 +29,19 @@ Lines naive_lines(const std::string& bytes) {
     Lines lines;
     std::string line;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const bool crlf = bytes[i] == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n';
         if (bytes[i] == '\n') {
-            lines.push_back(line);
-            line.clear();
-        } else if (!crlf) {
+            lines.push_back(std::exchange(line, ""));
+        } else if (!bytes.substr(i).starts_with("\r\n")) {
             line += bytes[i];
         }
     }
-    if (!bytes.empty() && bytes.back() != '\n') {
-        lines.push_back(line);
-    }
+    if (!bytes.empty() && bytes.back() != '\n') lines.push_back(line);
     return lines;
 }
 
 Lines lines_by_number(const TextFile& file) {
     Lines lines;
-    for (std::size_t i = 0; i < file.numLines(); ++i) {
-        lines.emplace_back(file.line(i));
-    }
+    for (std::size_t i = 0; i < file.numLines(); ++i) lines.emplace_back(file.line(i));
     return lines;
 }
 
@@ -57,136 +55,172 @@ Lines lines_in_turn(TextFile& file) {
     return lines;
 }
 
-TEST(TextFile, SplitsEveryShortText) {
-    for (std::size_t length = 0; length <= 6; ++length) {
-        testing_kit::every_text(std::string_view("a\r\n\0", 4), length, [](const std::string& bytes) {
+// Reads give a few bytes at a time.
+struct Trickle : PlatformService {
+    explicit Trickle(std::size_t most_bytes) : most(most_bytes) {}
+    ssize_t read(int file, void* buffer, std::size_t bytes) override {
+        least_asked = std::min(least_asked, bytes);
+        return PlatformService::read(file, buffer, std::min(bytes, most));
+    }
+    const std::size_t most;
+    std::size_t least_asked = SIZE_MAX;
+};
+
+Lines lines_through_window(const std::string& path) {
+    TextFile file;
+    EXPECT_TRUE(file.loadLineByLine(wide(path)));
+    const Lines lines = lines_in_turn(file);
+    EXPECT_FALSE(file.readFailed());
+    return lines;
+}
+
+TEST(TextFile, SplitsEveryShortTextAndGrows) {
+    const TempDir folder;
+    const auto expect_split = [&](const std::string& text) {
+        for (const std::string& bytes : {text, "\xEF\xBB\xBF" + text}) {
             TextFile file = TextFile::fromBytes(bytes);
-            const Lines expected = naive_lines(bytes);
-            ASSERT_EQ(lines_in_turn(file), expected);
-            ASSERT_EQ(lines_by_number(file), expected);
-            TextFile marked = TextFile::fromBytes("\xEF\xBB\xBF" + bytes);
-            ASSERT_EQ(lines_by_number(marked), expected);
-        });
+            Lines lines = naive_lines(text);
+            ASSERT_EQ(lines_by_number(file), lines);
+            ASSERT_EQ(lines_in_turn(file), lines);
+            for (const std::size_t most : {1U, 4U}) {
+                if (text.size() > 4) continue;
+                testing_kit::write_file(folder.path("lines"), bytes);
+                Trickle platform(most);
+                const testing_kit::UsePlatform in_place(platform);
+                ASSERT_EQ(lines_through_window(folder.path("lines")), lines) << bytes;
+            }
+            file.appendLine(file.line(0));  // its own text
+            lines.push_back(lines.empty() ? "" : lines[0]);
+            ASSERT_EQ(lines_by_number(file), lines);
+            ASSERT_TRUE(file[0] == lines[0] && file[lines.size()] == "" && file[SIZE_MAX] == "");
+        }
+    };
+    for (std::size_t length = 0; length <= 6; ++length) {
+        testing_kit::every_text(std::string_view("a\r\n\0", 4), length, expect_split);
     }
 }
 
-TEST(TextFile, IsReadThroughNumbersWhileItGrows) {
-    TextFile file;
-    EXPECT_EQ(file.numLines(), 0U);
-    file.appendLine("one");
-    EXPECT_EQ(file[0], "one");
-    EXPECT_EQ(file.numLines(), 1U);
-    EXPECT_EQ(file[1], "");
-    file.appendLine("two");
-    file.appendLine(file.line(0));
-    EXPECT_EQ(lines_by_number(file), (Lines{"one", "two", "one"}));
-    EXPECT_EQ(file.bytes(), "one\ntwo\none\n");
-    EXPECT_EQ(file[3], "");
-    EXPECT_EQ(file[static_cast<std::size_t>(-1)], "");
+TEST(ReadWindow, IsFilledFromItsStartOnceItIsEmpty) {
+    const TempDir folder;
+    testing_kit::write_file(folder.path("lines"), "one\ntwo\n");
+    Trickle platform(4);
+    const testing_kit::UsePlatform in_place(platform);
+    EXPECT_EQ(lines_through_window(folder.path("lines")), (Lines{"one", "two"}));
+    EXPECT_EQ(platform.least_asked, kel::ReadWindow::kBytes);
 }
 
-TEST(TextFile, LoadsWhatWasSaved) {
-    const testing_kit::TempDir folder;
-    TextFile file;
-    for (int i = 0; i < 200'000; ++i) {  // longer than one piece of reading, and worth large pages
-        file.appendLine(std::string(static_cast<std::size_t>(i % 50), static_cast<char>('A' + i % 60)));
-    }
-    ASSERT_TRUE(file.save(wide(folder.path("lines")), 1));
-    TextFile loaded;
-    ASSERT_TRUE(loaded.load(wide(folder.path("lines")), '\n', false));
-    EXPECT_EQ(loaded.bytes(), file.bytes());
-}
-
-TEST(TextFile, CannotLoad) {
-    const testing_kit::TempDir folder;
-    testing_kit::write_file(folder.path("closed"), "secret");
-    ASSERT_EQ(::chmod(folder.path("closed").c_str(), 0), 0);
-    for (const std::string& path : {folder.path("missing"), folder.path(), std::string(), folder.path("closed/x"),
-                                    folder.path() + std::string("\0x", 2)}) {
+TEST(TextFile, CannotLoadWhatIsNoFile) {
+    const TempDir folder;
+    testing_kit::write_file(folder.path("file"), "text");
+    for (const std::string& path :
+         {folder.path("missing"), folder.path(), folder.path("file/x"), folder.path() + std::string("\0x", 2)}) {
         TextFile file = TextFile::fromBytes("old\n");
-        EXPECT_FALSE(file.load(wide(path), '\n', false)) << path;
-        EXPECT_EQ(file.numLines(), 0U) << path;
+        EXPECT_FALSE(file.load(wide(path), '\n', false) || file.numLines() != 0) << path;
+        EXPECT_FALSE(file.loadLineByLine(wide(path))) << path;
     }
 }
 
-TEST(TextFile, LoadsAPipeToItsEnd) {
-    const testing_kit::TempDir folder;
-    const std::string pipe = folder.path("pipe");
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    std::thread writer([&] { testing_kit::write_file(pipe, "a\r\n" + std::string(200'000, 'x') + "\r\nend"); });
-    TextFile file;
-    EXPECT_TRUE(file.load(wide(pipe), '\n', false));
+TEST(TextFile, GoesThroughAPipe) {
+    const TempDir folder;
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe", folder.path("link"));
+    const std::string sent = "a\n" + std::string(200'000, 'x') + "\nend\n";
+    std::thread writer([&] { EXPECT_TRUE(TextFile::fromBytes(sent).save(wide(folder.path("link")), 1)); });
+    TextFile received;
+    EXPECT_TRUE(received.load(wide(folder.path("pipe")), '\n', false));
     writer.join();
-    EXPECT_EQ(lines_by_number(file), (Lines{"a", std::string(200'000, 'x'), "end"}));
+    EXPECT_EQ(received.bytes(), sent);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.path("pipe")));
 }
 
 TEST(TextFile, AFaultyReadIsNoShorterFile) {
-    const testing_kit::TempDir folder;
-    const std::string bytes(300'000, 'x');
+    using testing_kit::Fault;
+    const TempDir folder;
+    const WString path = wide(folder.path("lines"));
+    std::string bytes;  // more than one window
+    while (bytes.size() <= kel::ReadWindow::kBytes) bytes += std::string(997, 'x') + '\n';
     testing_kit::write_file(folder.path("lines"), bytes);
     const std::size_t descriptors = testing_kit::open_descriptors();
-    using testing_kit::Fault;
-    for (const Fault fault : {Fault{Fault::kError, EIO}, Fault{Fault::kError, EINTR}, Fault{Fault::kShort}}) {
-        bool struck = true;
-        for (long at = 0; struck; ++at) {
-            testing_kit::FaultyPlatform platform(fault, at);
-            const testing_kit::UsePlatform in_place(platform);
-            TextFile file = TextFile::fromBytes("old\n");
-            const bool loaded = file.load(wide(folder.path("lines")), '\n', false);
-            struck = platform.struck();
-            ASSERT_EQ(file.bytes(), loaded ? bytes + "\n" : "") << platform.struck_operation();
-            const bool harmless = fault.kind == Fault::kShort || fault.code == EINTR || !struck ||
-                                  platform.struck_operation() == "close" || platform.struck_operation() == "fileStat";
-            ASSERT_EQ(loaded, harmless) << platform.struck_operation();
-            ASSERT_EQ(testing_kit::open_descriptors(), descriptors) << platform.struck_operation();
+    for (const bool by_line : {false, true}) {
+        for (const Fault fault : {Fault{Fault::kError, EIO}, Fault{Fault::kError, EINTR}, Fault{Fault::kShort}}) {
+            bool struck = true;
+            for (long at = 0; struck; ++at) {
+                testing_kit::FaultyPlatform platform(fault, at);
+                const testing_kit::UsePlatform in_place(platform);
+                bool loaded = false;
+                std::string seen;
+                {
+                    TextFile file = TextFile::fromBytes("old\n");
+                    loaded = by_line ? file.loadLineByLine(path) : file.load(path, '\n', false);
+                    while (!file.atEnd()) seen.append(file.nextLine()) += '\n';
+                    loaded = loaded && !file.readFailed();
+                }
+                struck = platform.struck();
+                const std::string& where = platform.struck_operation();
+                const bool harmless = !struck || fault.kind == Fault::kShort || fault.code == EINTR ||
+                                      where == "close" || where == "fileStat";
+                ASSERT_EQ(loaded, harmless) << where;
+                ASSERT_TRUE(loaded ? seen == bytes : by_line || seen.empty()) << where;
+                ASSERT_EQ(testing_kit::open_descriptors(), descriptors) << where;
+            }
         }
     }
 }
 
-TEST(TextFile, WithoutMemoryNothingIsLeftBehind) {
-    const testing_kit::TempDir folder;
-    const std::string old = "old\r\nlines of more than fifteen bytes\n";
-    testing_kit::write_file(folder.path("lines"), old);
+TEST(TextFile, WithoutMemoryNothingIsTornOrLeftBehind) {
+    const TempDir folder;
+    const std::string line = "line", saved = line + '\n';
     const WString path = wide(folder.path("lines"));
+    ASSERT_TRUE(TextFile::fromBytes("old").save(path, 1));
+    const auto is_whole = [&](std::string_view bytes) { return bytes == "old\n" || bytes == saved; };
     const std::size_t descriptors = testing_kit::open_descriptors();
     const long blocks = testing_kit::live_blocks();
-    const auto check = [&]() -> std::string {
-        if (testing_kit::live_blocks() != blocks) {
-            return "memory is left";
-        }
-        return testing_kit::names_in(folder.path()) != Lines{"lines"} ? "a temporary is left"
-               : testing_kit::open_descriptors() != descriptors       ? "a descriptor is left"
-                                                                      : "";
-    };
-    const auto load = [&] {
-        TextFile file = TextFile::fromBytes("before");
+    const auto work = [&] {
+        TextFile loaded = TextFile::fromBytes("before"), appended, abandoned;
         try {
-            file.load(path, '\n', false);
+            loaded.load(path, '\n', false);
+            abandoned.startSaving(path, WString());
+            appended.appendLine(line);
+            appended.save(path, 1);
         } catch (const std::bad_alloc&) {
-            EXPECT_EQ(file.numLines(), 0U);
+            EXPECT_TRUE(loaded.bytes().empty() || is_whole(loaded.bytes()));
+            EXPECT_TRUE(appended.bytes().empty() || appended.bytes() == saved);
             throw;
         }
     };
-    EXPECT_EQ(testing_kit::sweep_allocations(load, check), "");
-    EXPECT_EQ(testing_kit::file_bytes(folder.path("lines")), old);
-    const auto append_and_save = [&] {
-        TextFile file;
-        file.appendLine("a line of more than fifteen bytes");
-        file.save(path, 1);
+    const auto check = [&] {
+        const bool left = testing_kit::live_blocks() != blocks || testing_kit::open_descriptors() != descriptors ||
+                          testing_kit::names_in(folder.path()) != Lines{"lines"};
+        return left ? "something is left" : is_whole(testing_kit::file_bytes(folder.path("lines"))) ? "" : "torn";
     };
-    EXPECT_EQ(testing_kit::sweep_allocations(append_and_save, check), "");
-    EXPECT_EQ(testing_kit::file_bytes(folder.path("lines")), "a line of more than fifteen bytes\n");
+    EXPECT_EQ(testing_kit::sweep_allocations(work, check), "");
+}
 
-    const auto tear = [] {
-        TextFile file;
-        try {
-            file.appendLine("fifteen bytes..");  // the LF is the first byte that needs a block
-        } catch (const std::bad_alloc&) {
-            EXPECT_EQ(file.bytes(), "");
-            throw;
-        }
-    };
-    EXPECT_EQ(testing_kit::sweep_allocations(tear, check), "");
+// Lines around the size of the window, and enough of them for large pages.
+TEST(StreamedSave, WritesTheBytesOfTheWholeFile) {
+    const TempDir folder;
+    const std::string path = folder.path("streamed");
+    constexpr std::size_t kWindow = kel::ReadWindow::kBytes, kLong[] = {kWindow - 1, kWindow, 5 * kWindow};
+    std::mt19937 random(11);
+    TextFile whole, streamed, loaded;
+    streamed.startSaving(wide(path), WString());
+    for (std::size_t i = 0; i < 3000; ++i) {
+        const std::size_t length = i % 1000 == 500 ? kLong[i / 1000] : random() % 2500;
+        const std::string line = std::string(length, static_cast<char>('a' + i % 26)) + (i % 3 ? "" : "\r");
+        whole.appendLine(line);
+        streamed.appendLine(line);
+    }
+    EXPECT_TRUE(streamed.finishSaving());
+    EXPECT_FALSE(streamed.finishSaving());  // it was finished
+    EXPECT_TRUE(testing_kit::file_bytes(path) == whole.bytes());
+    EXPECT_TRUE(loaded.load(wide(path), '\n', false));
+    EXPECT_TRUE(loaded.bytes() == TextFile::fromBytes(whole.bytes()).bytes());
+    EXPECT_TRUE(lines_through_window(path) == lines_by_number(loaded));
+    TextFile nowhere;
+    nowhere.startSaving(wide(folder.path("no/such/folder")), WString());
+    nowhere.appendLine(std::string(3 << 20, 'n'));
+    EXPECT_FALSE(nowhere.finishSaving());
+    EXPECT_EQ(testing_kit::names_in(folder.path()), Lines{"streamed"});
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-// A table's fields, rows, tags and announcements. Tables are written as tests/testing/table_text.h says.
+// A table's life and fields, its update brackets, copies, assignment, and records taken from other tables.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <ctime>
 
 #include "keldb/library/startup_settings.h"
+#include "keldb/search/record_order.h"
 #include "keldb/support/config_block.h"
 #include "tests/testing/announcements.h"
 #include "tests/testing/table_text.h"
@@ -15,17 +15,15 @@ using testing_kit::Announcements;
 using testing_kit::table_of;
 using testing_kit::text_of;
 
-// --- Lifecycle and fields ---
+// --- Life and fields ---
 
 TEST(TableLifecycle, FromDescriptorsToFreed) {
     const keldb none;
-    EXPECT_EQ(none.get_valid(), 0);
-    EXPECT_EQ(none.get_revision(), 1);
+    EXPECT_EQ(none.get_valid() * 2 + none.get_revision(), 1);
     const DBFieldDesc nothing[] = {{}, {"unseen", DBFieldTypes::text}};
     keldb empty(nothing);
-    EXPECT_EQ(empty.get_num_fields(), 0U);
     EXPECT_EQ(empty.add_records(2), 0);
-    EXPECT_EQ(empty.get_num_records(), 2U);
+    EXPECT_EQ(text_of(empty), " |  |");
     EXPECT_EQ(keldb(static_cast<const DBFieldDesc*>(nullptr)).get_valid(), 1);
 
     const long long before = std::time(nullptr);
@@ -35,7 +33,13 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
     EXPECT_GE(table.get_last_mod_time(), before);
     table.add_records(1);
     table.add_param("n", "v");
-    table.set_fieldtype(0, DBFieldTypes::none);
+    dberror error{9, 9, 9, 9};
+    EXPECT_EQ(table.read_error_info(error) + table.is_error() + error.kind, 9);
+    EXPECT_EQ(table.set_fieldtype(99, DBFieldTypes::none), 0);  // an error all the same
+    EXPECT_EQ(table.read_error_info(error) + table.read_error_info(error) + table.is_error(), 3);
+    EXPECT_TRUE(error.kind == 2 && error.index == 3 && error.extra1 == 0 && error.extra2 == 0);
+    EXPECT_EQ(table.set_fieldtype(1, DBFieldTypes::none), 1);
+    EXPECT_EQ(table.get_field_type(1), DBFieldTypes::text);
     table.set_tag(0, 1);
     table.set_show_tags_only(1);
     table.free();
@@ -48,184 +52,192 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
 }
 
 TEST(TableFields, TakeAtMostWhatARecordCounts) {
-    const keldb table(std::vector<DBFieldDesc>(70000, {"", DBFieldTypes::text}));
+    keldb table(std::vector<DBFieldDesc>(70000, {"", DBFieldTypes::text}));
+    table.add_records(1);
+    EXPECT_EQ(table.addField({"one more", DBFieldTypes::text}), 65535U);
     EXPECT_EQ(table.get_num_fields(), 65535U);
-    keldb full(table, 0);
-    full.add_records(1);
-    EXPECT_EQ(full.addField({"one more", DBFieldTypes::text}), 65535U);
-    EXPECT_EQ(full.get_num_fields(), 65535U);
-    EXPECT_TRUE(full.ok());
+    EXPECT_TRUE(table.ok());
 }
 
 TEST(TableFields, LoseAmpersandsUnlessTheSettingSaysOtherwise) {
-    const char* const rows[][3] = {
-        {"A&B", "AB", "A&B"}, {"Sound & Vision", "Sound  Vision", "Sound & Vision"}, {"&", "", "&"}, {"x", "x", "x"}};
-    for (const auto& [given, taken_out, kept] : rows) {
-        for (const int setting : {1, -1, 0}) {
-            kel::remove_fieldname_ampersands = setting;
-            keldb table = table_of("a:a b:a");
-            EXPECT_EQ(table.set_fieldname(1, given), 1);
-            EXPECT_STREQ(table.get_fieldname(1), setting == 0 ? kept : taken_out);
-            EXPECT_EQ(table.get_fieldnum("b"), -1);
-        }
-    }
-    kel::remove_fieldname_ampersands = 1;
-    keldb table = table_of("a:a b:a");
-    EXPECT_EQ(table.set_fieldname(0, nullptr), 1);
-    EXPECT_STREQ(table.get_fieldname(0), "");
-    EXPECT_EQ(table.get_fieldnum(""), -1);
-}
-
-TEST(TableFields, RecordATypeThatIsNone) {
-    keldb table = table_of("a:t b:a c:a");
-    dberror error{9, 9, 9, 9};
-    EXPECT_EQ(table.read_error_info(error), 0);
-    EXPECT_EQ(error.kind, 9);
-    EXPECT_EQ(table.set_fieldtype(99, DBFieldTypes::none), 0);
-    EXPECT_EQ(table.is_error(), 1);
-    EXPECT_EQ(table.set_fieldtype(0, DBFieldTypes::none), 1);
-    EXPECT_EQ(table.read_error_info(error) + table.read_error_info(error), 2);
-    EXPECT_TRUE(error.kind == 2 && error.index == 3 && error.extra1 == 0 && error.extra2 == 0);
-    EXPECT_EQ(text_of(table), "a:a b:a c:a");
-}
-
-// --- Rows that go, and what is said about it ---
-
-struct Deletion {
-    unsigned start, count;
-    const char* left;
-    const char* announced;
-};
-const Deletion kDeletions[] = {
-    {2, 1, "a b d e", "-2"}, {2, 100, "a b", "-2,3,4"}, {2, UINT_MAX, "a b", "-2,3,4"}, {0, 5, "", "-0,1,2,3,4"},
-    {3, 2, "a b c", "-3,4"}, {5, 1, "a b c d e", ""},   {UINT_MAX, 2, "a b c d e", ""}, {1, 0, "a b c d e", ""},
-};
-
-std::string first_values(keldb& table) {
-    std::string values;
-    for (unsigned i = 0; i < table.get_num_records(); ++i) values += (i == 0 ? "" : " ") + std::string(table[i][0]);
-    return values;
-}
-
-TEST(TableRows, AreDeletedAndAnnouncedByTheirNumbersBefore) {
-    for (const Deletion& row : kDeletions) {
-        SCOPED_TRACE(std::to_string(row.start) + "," + std::to_string(row.count));
-        keldb table = table_of("n:a | a | b | c | d | e");
-        Announcements said(table);
-        table.delete_records(row.start, row.count);
-        EXPECT_EQ(first_values(table), row.left);
-        EXPECT_EQ(said.take(), row.announced);
-        EXPECT_EQ(table.get_changed(), row.announced[0] != '\0');
+    for (const int setting : {0, -1, 1}) {
+        kel::remove_fieldname_ampersands = setting;
+        keldb table = table_of("a:a b:a");
+        EXPECT_EQ(table.set_fieldname(0, nullptr) + table.set_fieldname(1, "&Sound & Vision"), 2);
+        EXPECT_EQ(text_of(table), setting == 0 ? ":a &Sound~&~Vision:a" : ":a Sound~~Vision:a");
     }
 }
 
-struct TaggedDeletion {
-    const char* tags;  // of rows 0, 1, ...
-    int result;
-    const char* left;
-    const char* announced;
-};
-const TaggedDeletion kTaggedDeletions[] = {
-    {"1101", 3, "c", "-0,1 -1"}, {"0000", 0, "a b c d", ""},  {"1111", 4, "", "-0,1,2,3"},
-    {"0210", 1, "a b d", "-2"},  {"1010", 2, "b d", "-0 -1"}, {"0011", 2, "a b", "-2,3"},
-};
-
-TEST(TableRows, TaggedOnesGoRunByRunForListenersAndAtOnceWithout) {
-    for (const TaggedDeletion& row : kTaggedDeletions) {
-        for (const bool listened : {true, false}) {
-            SCOPED_TRACE(row.tags);
-            keldb table = table_of("n:a | a | b | c | d");
-            for (unsigned i = 0; i < 4; ++i) table.set_tag(i, row.tags[i] - '0');
-            std::optional<Announcements> said;
-            if (listened) said.emplace(table);
-            EXPECT_EQ(table.delete_tagged_records(), row.result);
-            EXPECT_EQ(first_values(table), row.left);
-            EXPECT_EQ(listened ? said->take() : row.announced, row.announced);
-            EXPECT_EQ(table.get_changed(), row.result > 0);
-        }
-    }
+TEST(TableFields, AreFoundByTheNamesThatTheyHaveNow) {
+    keldb table = table_of("a:a b:a A:a");
+    const auto found = [&] {
+        std::string numbers;
+        for (const char* name : {"a", "B", "y", ""}) numbers += std::to_string(table.get_fieldnum(name)) + ' ';
+        return numbers;
+    };
+    EXPECT_EQ(found(), "2 1 -1 -1 ");  // of two, the name set last
+    table.set_fieldname(1, "Y");
+    EXPECT_EQ(found(), "2 -1 1 -1 ");
+    table.set_fieldname(2, "b");
+    EXPECT_EQ(found(), "0 2 1 -1 ");
+    table.set_fieldname(0, "");
+    EXPECT_EQ(found(), "-1 2 1 -1 ");
+    table.set_fieldname(0, "B");
+    table.set_fieldname(2, "b");
+    table.removeField("y");
+    EXPECT_EQ(found(), "-1 0 -1 -1 ");  // after a removal: the first
 }
 
-// --- Tags ---
-
-TEST(TableTags, ShownAloneAreASnapshot) {
+TEST(TableTags, ShownAloneKnowTheirNumbers) {
     keldb table = table_of("n:a | a | *b | c | *d");
-    table.set_tag(3, 2);
-    table.set_show_tags_only(7);
-    EXPECT_EQ(table.get_show_tags_only(), 7);
-    EXPECT_EQ(first_values(table), "b d");
-    const int raw_of[] = {1, 3, -1}, shown_of[] = {-1, 0, -1, 1, -1};
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(table.get_raw_row(static_cast<unsigned>(i)), raw_of[i]);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(table.get_new_row(static_cast<unsigned>(i)), shown_of[i]);
-
-    const Announcements silence(table);  // all of these are refused
-    EXPECT_EQ(table.add_records(1), -1);
-    EXPECT_EQ(table.delete_tagged_records(), -1);
-    table.insert_records(0, 1);
-    table.delete_records(0, 1);
-    table.set_all_tags(0);  // reaches the visible ones alone, and hides nothing yet
-    EXPECT_EQ(first_values(table), "b d");
-    EXPECT_EQ(table.get_num_tags(), 0);
-    table.invert_all_tags();  // reaches all
-    table.set_tag(1, 0);      // of d
-    table.set_show_tags_only(7);
-    EXPECT_EQ(first_values(table), "a b c");
-    table.set_all_tags(0);
     table.set_show_tags_only(1);
-    EXPECT_EQ(table.get_num_records(), 0U);
-    EXPECT_EQ(table.get_record(0), nullptr);
-    EXPECT_EQ(table.get_new_row(0), -1);
+    const int raw_of[] = {1, 3, -1}, shown_of[] = {-1, 0, -1, 1, -1};
+    for (unsigned i = 0; i < 3; ++i) EXPECT_EQ(table.get_raw_row(i), raw_of[i]);
+    for (unsigned i = 0; i < 5; ++i) EXPECT_EQ(table.get_new_row(i), shown_of[i]);
     table.set_show_tags_only(0);
-    EXPECT_EQ(text_of(table), "n:a | a | b | c | d");
     EXPECT_EQ(table.get_raw_row(3) + table.get_new_row(2), 5);
 }
 
-// --- Update brackets ---
-
-// b and e open and close a bracket, u0 hands row 0's labels over, any other word queues that identifier.
+// b and e open and close a bracket, u0 hands row 0's labels over, +A queues the identifier A.
 TEST(TableUpdates, AnnounceTheIdentifiersOfTheOutermostBracket) {
-    struct Row {
-        const char* table;
-        const char* script;
-        const char* announced;
-    };
     const char* const log = "name:a notes:a Cookie:a | n,x,M1 | n,y,I7 | n,z, | n,w,Interview 1";
-    const Row rows[] = {
-        {log, "b A b B e", ""},
-        {log, "b A b B e e", "!A,B"},
-        {log, "A e", ""},
-        {log, "b e", ""},
-        {log, "A b e", ""},
-        {log, "b u0 A A e", "!M1,A,A"},
-        {log, "b u1 u2 e", ""},
+    const char* const kRows[][3] = {
+        {log, "b +A b +B e", ""},
+        {log, "b +A b +B e e", "!A,B"},
+        {log, "+A e b e", ""},
+        {log, "+A b e", ""},
+        {log, "b u0 +A +A e", "!M1,A,A"},
+        {log, "b u1 u2 u9 e", ""},
         {log, "b u3 e", "!Interview 1"},
-        {log, "b u9 e", ""},
-        {"name:a Cookie:a | n,M1", "b u0 e", ""},  // none of the label fields is there
+        // one of the label fields is missing
+        {"name:a Cookie:a | n,M1", "b u0 e", ""},
         {"notes:a Cookie:a | n,M1", "b u0 e", ""},
         {"name:a notes:a | n,x", "b u0 e", ""},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.script);
-        keldb table = table_of(row.table);
+    configb block;
+    for (const auto& [fields, script, announced] : kRows) {
+        SCOPED_TRACE(script);
+        keldb table = table_of(fields);
         Announcements said(table);
-        configb block;
-        for (const std::string& word : testing_kit::pieces(row.script, ' ')) {
-            if (word == "b") {
-                table.beginUpdate();
-            } else if (word == "e") {
-                table.endUpdate();
-            } else if (word[0] == 'u') {
-                table.update(&block, word[1] - '0');
-            } else {
-                table.addToUpdate(Cookie(word.c_str(), false));
-            }
+        for (const std::string& step : testing_kit::pieces(script, ' ')) {
+            if (step[0] == 'b') table.beginUpdate();
+            if (step[0] == 'e') table.endUpdate();
+            if (step[0] == 'u') table.update(&block, step[1] - '0');
+            if (step[0] == '+') table.addToUpdate(Cookie(step.c_str() + 1, false));
         }
-        EXPECT_EQ(said.take(), row.announced);
+        EXPECT_EQ(said.take(), announced);
     }
     keldb table = table_of(log);
-    configb block;
     EXPECT_TRUE(table.update(&block, 1));
     EXPECT_FALSE(table.update(&block, -1) || table.update(&block, 4) || table.update(nullptr, 0));
+}
+
+// --- Copies and assignment: of a source with all that a copy must leave behind ---
+
+void prepare(keldb& source, int* keys) {
+    source = table_of("Name:a Start~time:t Cookie:a | b,10,M1 | *a,09,M2 | *c,,M3");
+    source.add_param("Name", "clip");
+    source.add_param("keldb", "Rev 9");
+    source.set_filename(L"/nowhere");
+    source.set_fieldtype(99, DBFieldTypes::none);
+    source.set_sortfields(keys);
+    source.set_sort_offset(3);
+    dbrecord wanted(source[0]);
+    source.set_query(&wanted);
+    source[0].set_changed(1);
+    source.set_show_tags_only(1);
+}
+
+TEST(TableCopies, TakeLayoutParametersAndShownRecords) {
+    int keys[] = {1, -1};
+    keldb source;
+    prepare(source, keys);
+    keldb with(source), without(source, 0), by_fields(source, static_cast<DBFieldDesc*>(nullptr));
+    EXPECT_EQ(text_of(with), "Name:a Start~time:t Cookie:a | a,09,M2 | c,,M3");
+    EXPECT_EQ(text_of(without), "Name:a Start~time:t Cookie:a");
+    EXPECT_EQ(text_of(by_fields), text_of(with));
+    for (keldb* copy : {&with, &without, &by_fields}) {
+        const bool parameters = copy != &by_fields;
+        EXPECT_EQ(copy->get_num_params(), parameters ? 2U : 0U);
+        EXPECT_STREQ(copy->get_param_val("KELDB"), parameters ? "Rev 1" : nullptr);
+        EXPECT_EQ(copy->get_changed(), parameters ? 1 : 0);
+        EXPECT_TRUE(copy->get_valid() == 1 && copy->get_filename().empty() && copy->ok());
+        EXPECT_EQ(copy->is_error() + copy->get_show_tags_only() + copy->getSortFieldIdx(), 0);
+        EXPECT_EQ(copy->match_record(0), -1);  // no query
+        copy->sortPrepare(1, 0);
+        EXPECT_EQ(kel::sort_state().offset + kel::sort_state().keys[0], 0);
+    }
+}
+
+TEST(TableAssignment, TakesEverythingAndSharesNothingButTheCallersKeys) {
+    int keys[] = {2, -1};
+    keldb target = table_of("x:a | 1");
+    Announcements kept(target);
+    {
+        keldb source;
+        prepare(source, keys);
+        source.beginUpdate();
+        source.addToUpdate(Cookie("M1", false));
+        Announcements not_copied(source);
+        target = source;
+        source.set_field(0, 0, "changed later");
+        source.set_fieldname(0, "changed too");
+    }
+    EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *a,09,M2 | *c,,M3");
+    EXPECT_STREQ(target.get_param_val("name"), "clip");
+    EXPECT_EQ(target.get_filename(), WString(L"/nowhere"));
+    EXPECT_TRUE(target.is_error() && target.get_changed() && target.match_record(0) == 0);
+    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 1);
+    target.endUpdate();
+    EXPECT_EQ(kept.take(), "!M1");
+    target.set_show_tags_only(0);
+    EXPECT_TRUE(target[0].get_changed() && !target[1].get_changed());
+    target.sort(-1, 0);  // by the caller's list
+    EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *c,,M3 | *a,09,M2 | b,10,M1");
+    EXPECT_TRUE(target.ok());
+}
+
+TEST(TableAssignment, OfOwnKeysAndOfItself) {
+    keldb target;
+    {
+        keldb source = table_of("a:a b:a | x,2 | *y,1");
+        source.set_sortfield(1);
+        target = source;
+    }
+    target.sort(1, 0);  // the source's own list is gone
+    target = static_cast<const keldb&>(target);
+    EXPECT_EQ(text_of(target), "a:a b:a | *y,1 | x,2");
+    target = keldb();
+    EXPECT_EQ(text_of(target), "");
+    EXPECT_TRUE(target.get_valid() == 0 && target.ok());
+}
+
+TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
+    const char* const kRows[][3] = {
+        {"tc:t notes:a", "name:a tc:T | n,10000005 | m,10000005;", "tc:t notes:a | 10:00:00:05, | 10:00:00;05,"},
+        {"TC:T", "tc:t | 10:00:00:05 | 10:00:00;05 | soon |", "TC:T | 10000005 | 10000005; | soon |"},
+        {"tc:t", "tc:a | 10000005", "tc:t | 10000005"},
+        {":a a:a", ":a a:a | x,y", ":a a:a | ,y"},  // a field without a name has no counterpart
+    };
+    for (const auto& [ours, theirs, left] : kRows) {
+        keldb table = table_of(ours), other = table_of(theirs);
+        EXPECT_EQ(table.merge_all_matching(&other), 1);
+        EXPECT_EQ(text_of(table), left);
+    }
+    keldb table = table_of("a:a b:a | *1,x | 2,y"), shown = table_of("a:a | *1 | 2");
+    keldb unlike = table_of("b:t c:a | 9,9");
+    EXPECT_EQ(shown.merge_all_matching(&unlike) + shown.merge_all_matching(nullptr), 0);
+    EXPECT_EQ(table.merge_all_matching(&table) + table.add_keldb(&table), 5);
+    shown.set_show_tags_only(1);
+    EXPECT_EQ(shown.merge_all_matching(&table) + shown.add_keldb(&shown), 0);  // takes nothing in
+    EXPECT_EQ(table.merge_all_matching(&shown), 1);                            // and gives what it shows
+    EXPECT_EQ(text_of(table), "a:a b:a | *1,x | 2,y | 1,x | 2,y | 1,x | 2,y | 1,x | 2,y | 1,");
+    EXPECT_EQ(table.add_keldb(nullptr) + table.add_keldb(&shown), -2);
+    table.copy_record(1, &table, 8);
+    table.copy_record(0, &shown, 0);  // of another width: nothing
+    table.copy_record(0, nullptr, 0);
+    EXPECT_EQ(table.getField(1, 0), "1");
+    EXPECT_EQ(table.getField(0, 1), "x");
 }
 
 }  // namespace

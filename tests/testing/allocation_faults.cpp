@@ -13,25 +13,15 @@ std::atomic<bool> and_after{false};
 std::atomic<bool> fault_struck{false};
 
 bool fails(std::size_t bytes) {
-    if (bytes > testing_kit::kLargestBlock) {
-        return true;
-    }
-    if (until_fault < 0) {
-        return false;
-    }
-    if (until_fault > 0) {
-        --until_fault;
-        return false;
-    }
+    if (bytes > testing_kit::kLargestBlock) return true;
+    if (until_fault < 0 || (until_fault > 0 && until_fault-- > 0)) return false;
     fault_struck = true;
     until_fault = and_after ? 0 : -1;
     return true;
 }
 
 void* take(std::size_t bytes, std::size_t alignment) {
-    if (fails(bytes)) {
-        return nullptr;
-    }
+    if (fails(bytes)) return nullptr;
     const std::size_t rounded = (bytes + alignment) / alignment * alignment;
     void* block = alignment <= alignof(std::max_align_t) ? std::malloc(bytes ? bytes : 1)
                                                          : std::aligned_alloc(alignment, rounded);
@@ -41,9 +31,7 @@ void* take(std::size_t bytes, std::size_t alignment) {
 
 void* take_or_throw(std::size_t bytes, std::size_t alignment) {
     void* block = take(bytes, alignment);
-    if (!block) {
-        throw std::bad_alloc();
-    }
+    if (!block) throw std::bad_alloc();
     return block;
 }
 
@@ -55,9 +43,7 @@ void give_back(void* block) noexcept {
 class CountedMemory : public PlatformService {
 public:
     void* reallocate(void* block, std::size_t bytes) override {
-        if (fails(bytes)) {
-            throw Qv::Exception::BadAlloc();
-        }
+        if (fails(bytes)) throw Qv::Exception::BadAlloc();
         void* moved = PlatformService::reallocate(block, bytes);
         live += block ? 0 : 1;
         return moved;

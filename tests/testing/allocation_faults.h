@@ -36,24 +36,18 @@ public:
 template <class Work, class Check>
 std::string sweep_allocations(const Work& work, const Check& check) {
     for (const bool and_after : {false, true}) {
-        for (long at = 0;; ++at) {
+        bool struck = true;
+        for (long at = 0; struck; ++at) {
             AllocationFaults faults(at, and_after);
             try {
                 work();
             } catch (const std::bad_alloc&) {
             }
             faults.stop();
-            const std::string wrong = check();
-            const std::string where = "allocation " + std::to_string(at) + (and_after ? " and all after: " : ": ");
-            if (!wrong.empty()) {
-                return where + wrong;
-            }
-            if (!faults.struck()) {
-                if (at == 0) {
-                    return "nothing was allocated";
-                }
-                break;
-            }
+            struck = faults.struck();
+            const std::string wrong = at == 0 && !struck ? "nothing was allocated" : check();
+            if (!wrong.empty())
+                return "allocation " + std::to_string(at) + (and_after ? " and all after: " : ": ") + wrong;
         }
     }
     return "";

@@ -27,12 +27,10 @@ struct PlainTable {
     std::string lines;      // of parameters and names: whole, where the pointers above end at a zero byte
 
     explicit PlainTable(keldb& table) : valid(table.get_valid() != 0), revision(table.get_revision()) {
-        for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i) {
+        for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
             parameters.emplace_back(table.get_nth_param_name(i), table.get_nth_param_val(i));
-        }
-        for (unsigned i = 0; i < table.get_num_fields(); ++i) {
+        for (unsigned i = 0; i < table.get_num_fields(); ++i)
             fields.emplace_back(table.get_fieldname(i), table.get_field_type(i));
-        }
         const int tag = table.get_fieldnum("Tag");
         for (unsigned row = 0; row < table.get_num_records(); ++row) {
             const dbrecord& record = table[row];
@@ -88,9 +86,8 @@ inline std::string round_trip_fault(keldb& table) {
     load_bytes(loaded, bytes);
     if (!loaded.ok()) return "an invariant of the loaded table is broken:\n" + bytes;
     if ((PlainTable(loaded) == before) == losses.empty()) return "";
-    const std::string named = losses.empty() ? "nothing" : std::string(describe(losses.front()).view());
-    return "named as lost: " + named + ", yet the table came back " + (losses.empty() ? "different" : "equal") + ":\n" +
-           bytes;
+    if (losses.empty()) return "nothing is named as lost, yet the table came back different:\n" + bytes;
+    return std::string(describe(losses.front()).view()) + ", yet the table came back equal:\n" + bytes;
 }
 
 // What loading any bytes at all must keep to: invariants, results that agree with each other, and the round trip of

@@ -1,45 +1,112 @@
-// Saving and loading gives back everything but what storage_losses names, and names nothing that comes back.
+// Saving tables: the bytes that are written, and that loading them gives back everything but what storage_losses names.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
+#include <iostream>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "keldb/support/log.h"
 #include "tests/testing/plain_table.h"
+#include "tests/testing/random.h"
 #include "tests/testing/table_text.h"
+#include "tests/testing/temp_dir.h"
 
 namespace {
 
+using testing_kit::file_bytes;
 using testing_kit::PlainTable;
-using testing_kit::round_trip_fault;
+using testing_kit::Random;
+using testing_kit::table_of;
+using testing_kit::text_of;
 using Kind = StorageLoss::Kind;
 using Reason = StorageLoss::Reason;
+using Save = int (keldb::*)();
 
-// Short texts of what the format treats in some way of its own, and of what it must not.
-class OddTexts {
-public:
-    explicit OddTexts(unsigned seed) : random_(seed) {}
-    std::size_t below(std::size_t n) { return random_() % n; }
-    std::string next(std::size_t most_pieces) {
-        static const std::string kPieces[] = {" ",  "\t",   "\n",    "\r", "\\n",  "\\",   "n",
-                                              "\"", "\"\"", ",",     "\"", "\x01", "\x80", std::string(1, '\0'),
-                                              "é",  "a",    "KELDB", "'"};
-        std::string text;
-        for (std::size_t n = below(most_pieces + 1); n > 0; --n) text += kPieces[below(std::size(kPieces))];
-        return text;
+constexpr const char* kExample = R"("KELDB:Rev 1"
+"owner:ed"
+"KELDB"
+"32","11"
+"text","timecode"
+"Name","Start"
+"Reel ""7""","10:00:00:00"
+"two\nlines",""
+)";
+
+struct Writer : testing::Test {
+    int save(keldb& table, Save how, const std::string& name = "log") const {
+        table.set_filename(testing_kit::wide(folder.path(name)));
+        return (table.*how)();
     }
-
-private:
-    std::mt19937 random_;
+    testing_kit::TempDir folder;
+    const std::string path = folder.path("log");
 };
 
-// What a value of up to 4095 bytes comes back as. A carriage return is dropped by the writer; a line feed and a
-// backslash with n are written alike and come back as a line feed; white space at the ends is dropped by the reader,
-// where the line feed at the start is still a backslash and n, no white space, while the one at the end is white space
-// already.
+TEST_F(Writer, SavesTheExampleAndReadsItBack) {
+    const struct {
+        Save how;
+        int saved;
+        const char* lines;  // of the example
+    } kSaves[] = {{&keldb::save_text_without_header, 2, "12678"},
+                  {&keldb::save_tags, 1, "1234567"},
+                  {&keldb::save_text, 2, "12345678"}};
+    const std::vector<std::string> lines = testing_kit::pieces(kExample, '\n');
+    for (const auto& [how, saved, numbers] : kSaves) {
+        keldb table = table_of("Name:a Start:t | *Reel \"7\",10:00:00:00 | ,");
+        table.add_param("owner", "ed");
+        table.setField(1, 0, "two\nlines");
+        std::string bytes;
+        for (const char number : std::string_view(numbers))
+            bytes += lines[static_cast<std::size_t>(number - '1')] + '\n';
+        EXPECT_EQ(save(table, how), saved);
+        EXPECT_EQ(file_bytes(path), bytes);
+        EXPECT_EQ(table[1].get_changed(), how == &keldb::save_tags ? 1 : 0);
+        EXPECT_EQ(table.get_changed(), 1);
+        EXPECT_EQ(save(table, how, "missing/log"), 0);
+    }
+    keldb loaded(testing_kit::wide(path), testing_kit::kAllRecords, false);
+    EXPECT_EQ(text_of(loaded), "Name:a Start:t | Reel \"7\",10:00:00:00 | two\\nlines,");
+    EXPECT_STREQ(loaded.get_param_val("owner"), "ed");
+    EXPECT_EQ(loaded.get_changed() + loaded[0].get_changed(), 0);
+}
+
+// Every record gets its own tag, also those that are not shown; a save of the tagged ones stores none.
+TEST_F(Writer, StoresTagsInATagField) {
+    const std::string before = "Name:a TAG:n | one,7 | *two, | *three,x";
+    for (const Save how : {&keldb::save_text, &keldb::save_text_without_header, &keldb::save_tags}) {
+        const bool tags = how == &keldb::save_tags;
+        keldb table = table_of(before);
+        table.set_show_tags_only(1);
+        EXPECT_EQ(save(table, how), tags ? 1 : 3);
+        table.set_show_tags_only(0);
+        EXPECT_EQ(text_of(table), tags ? before : "Name:a TAG:n | one,0 | *two,1 | *three,1");
+        EXPECT_EQ(table.get_changed(), tags ? 0 : 1);
+        EXPECT_TRUE(file_bytes(path).ends_with(tags ? "\"TAG\"\n\"two\",\"\"\n\"three\",\"x\"\n"
+                                                    : "\"one\",\"0\"\n\"two\",\"1\"\n\"three\",\"1\"\n"));
+    }
+}
+
+TEST(WriterHeader, WritesNamesOfAnyLengthAndOddTypesAsTheirCode) {
+    const std::string name(70000, 'n');
+    keldb table({{String(name), DBFieldTypes::character}, {String(""), static_cast<DBFieldTypes::eType>('x')}});
+    EXPECT_EQ(testing_kit::saved_bytes(table), "\"KELDB\"\n\"4\",\"4\"\n\"c\",\"x\"\n\"" + name + "\",\"\"\n");
+}
+
+// A short text of what the format treats in some way of its own, and of what it must not.
+std::string odd_text(Random& random, std::size_t most_pieces) {
+    static const std::vector<std::string> kPieces = {" ",  "\t",   "\n",    "\r", "\\n",  "\\",   "n",
+                                                     "\"", "\"\"", ",",     "\"", "\x01", "\x80", std::string(1, '\0'),
+                                                     "é",  "a",    "KELDB", "'"};
+    std::string text;
+    for (std::size_t n = random.below(most_pieces + 1); n > 0; --n) text += random.of(kPieces);
+    return text;
+}
+
+// What a value of up to 4095 bytes comes back as. A line feed at the start stays: the reader drops white space there
+// while it is still a backslash and n.
 std::string normalised(std::string value) {
     std::erase(value, '\r');
     value.erase(0, std::min(value.find_first_not_of(" \t\v\f"), value.size()));
@@ -50,130 +117,132 @@ std::string normalised(std::string value) {
     return value;
 }
 
-TEST(RoundTrip, GivesBackEveryValueAsTheRuleSays) {
-    OddTexts texts(1);
+struct RoundTrip : testing::Test {
+    RoundTrip() {
+        setLogSink([](const char*, void*) {}, nullptr);
+    }
+    ~RoundTrip() override { setLogSink(nullptr, nullptr); }
+    static void TearDownTestSuite() { std::cout << "REL lossy_classes=" << lossy.size() << '\n'; }
+
+    // What is named before a save, after a look that the table does come back equal or different accordingly. Counts
+    // the kinds of loss that some table had alone.
+    static std::vector<StorageLoss> losses_of(keldb& table) {
+        const std::vector<StorageLoss> losses = storage_losses(table);
+        EXPECT_EQ(testing_kit::round_trip_fault(table), "");
+        std::set<std::pair<Kind, Reason>> kinds;
+        for (const StorageLoss& loss : losses) kinds.emplace(loss.kind, loss.reason);
+        if (kinds.size() == 1) lossy.merge(kinds);
+        return losses;
+    }
+    inline static std::set<std::pair<Kind, Reason>> lossy;
+};
+
+TEST_F(RoundTrip, GivesBackEveryValueAsTheRuleSays) {
+    Random random(1);
     for (int round = 0; round < 3000; ++round) {
-        keldb table = testing_kit::table_of("a:a b:t c:n");
+        keldb table = table_of("a:a b:t c:n");
         table.add_param("source", "test");
-        table.add_records(static_cast<int>(texts.below(4)));
-        std::vector<StorageLoss> expected_losses;
+        table.add_records(static_cast<int>(random.below(4)));
+        std::vector<std::pair<unsigned, unsigned>> lost, named;  // row and field
         PlainTable expected(table);
         for (unsigned row = 0; row < table.get_num_records(); ++row) {
             for (unsigned field = 0; field < 3; ++field) {
-                const std::string value = texts.next(6);
+                const std::string value = odd_text(random, 6);
                 table.setField(row, field, String(value));
                 expected.records[row][field] = normalised(value);
-                if (normalised(value) != value) expected_losses.push_back({Kind::value, Reason::none, row, field});
+                if (normalised(value) != value) lost.emplace_back(row, field);
             }
         }
-        const std::vector<StorageLoss> losses = storage_losses(table);
-        const auto same_place = [](const StorageLoss& a, const StorageLoss& b) {
-            return a.kind == b.kind && a.row == b.row && a.field == b.field;
-        };
-        ASSERT_TRUE(
-            std::equal(losses.begin(), losses.end(), expected_losses.begin(), expected_losses.end(), same_place));
+        for (const StorageLoss& loss : losses_of(table)) named.emplace_back(loss.row, loss.field);
+        ASSERT_EQ(named, lost);
         keldb loaded;
-        const std::string bytes = testing_kit::saved_bytes(table);
-        testing_kit::load_bytes(loaded, bytes);
-        ASSERT_EQ(PlainTable(loaded), expected) << bytes;
-        ASSERT_EQ(round_trip_fault(loaded), "");
+        testing_kit::load_bytes(loaded, testing_kit::saved_bytes(table));
+        ASSERT_EQ(PlainTable(loaded), expected) << testing_kit::saved_bytes(table);
+        ASSERT_EQ(testing_kit::round_trip_fault(loaded), "");
     }
 }
 
 // A table in which anything may be odd. Most things are not, so that many tables come back equal.
-void make_odd(keldb& table, OddTexts& texts) {
-    const auto rarely = [&] { return texts.below(12) == 0; };
-    for (std::size_t n = texts.below(4); n > 0; --n) {
-        const std::string name = rarely() ? texts.next(3) + (rarely() ? "&" : "") : "f" + std::to_string(n);
-        const auto code = rarely() ? static_cast<DBFieldTypes::eType>(texts.below(300)) : DBFieldTypes::date;
+keldb odd_table(Random& random) {
+    const auto rarely = [&] { return random.one_in(12); };
+    keldb table{std::vector<DBFieldDesc>()};
+    for (unsigned n = random.below(4); n > 0; --n) {
+        const std::string name = rarely() ? odd_text(random, 3) + (rarely() ? "&" : "") : "f" + std::to_string(n);
+        const auto code = rarely() ? static_cast<DBFieldTypes::eType>(random.below(300)) : DBFieldTypes::date;
         table.addField({String(rarely() ? "tag" : name), code});
     }
-    for (std::size_t n = rarely() ? 0 : texts.below(4) + 1; n > 0; --n) {
-        const std::string name = rarely() ? texts.next(3) + (rarely() ? ":" : "") : "p" + std::to_string(n);
-        table.add_param(name.c_str(), (rarely() ? texts.next(3) : "a:b, c").c_str());
+    for (unsigned n = rarely() ? 0 : random.below(4) + 1; n > 0; --n) {
+        const std::string name = rarely() ? odd_text(random, 3) + (rarely() ? ":" : "") : "p" + std::to_string(n);
+        table.add_param(name.c_str(), (rarely() ? odd_text(random, 3) : "a:b, c").c_str());
     }
     if (rarely()) table.add_param("keldb", "Rev 2");
-    table.add_records(static_cast<int>(texts.below(3)));
+    table.add_records(static_cast<int>(random.below(3)));
     for (unsigned row = 0; row < table.get_num_records(); ++row) {
         table.set_tag(row, rarely() ? 2 : 0);
         const int map = 0;
         if (rarely() && rarely()) table[row].resizeRecord(5, &map, false);
         for (unsigned i = 0; i < table[row].get_num_fields(); ++i) {
-            std::string value = rarely() ? texts.next(3) : "v";
-            if (rarely() && rarely()) value.resize(4094 + texts.below(4), 'x');
+            std::string value = rarely() ? odd_text(random, 3) : "v";
+            if (rarely() && rarely()) value.resize(4094 + random.below(4), 'x');
             table.setField(row, i, String(value));
         }
         const int tag = table.get_fieldnum("Tag");
         if (tag >= 0 && !rarely()) table[row].set_field(tag, static_cast<int>(table.get_tag(row)));
     }
+    return table;
 }
 
-TEST(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
-    OddTexts texts(2);
-    setLogSink([](const char*, void*) {}, nullptr);
+TEST_F(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
+    Random random(2);
     int equal = 0;
     constexpr int kRounds = 20000;
     for (int round = 0; round < kRounds; ++round) {
-        keldb table{std::vector<DBFieldDesc>()};
-        make_odd(table, texts);
-        equal += storage_losses(table).empty() ? 1 : 0;
-        ASSERT_EQ(round_trip_fault(table), "") << "round " << round;
+        keldb table = odd_table(random);
+        equal += losses_of(table).empty() ? 1 : 0;
+        ASSERT_FALSE(HasFailure()) << "round " << round;
     }
-    setLogSink(nullptr, nullptr);
     EXPECT_GT(equal, kRounds / 10);
     EXPECT_LT(equal, kRounds * 9 / 10);
 }
 
-// One odd thing at a time: what it is put into, and how it is named.
-struct Named {
-    Kind kind;
-    std::string text;
-    Reason reason;
-};
-
-const Named kNamed[] = {
-    {Kind::value, "a\rb", Reason::line_end},
-    {Kind::value, "C:\\new", Reason::backslash_n},
-    {Kind::value, " a", Reason::blanks_at_ends},
-    {Kind::value, "a\n", Reason::blanks_at_ends},
-    {Kind::value, std::string(4096, 'x'), Reason::too_long},
-    {Kind::value, "\n\"a\", \\b", Reason::none},
-    {Kind::value, std::string(4095, 'x'), Reason::none},
-    {Kind::field_name, "a\"b", Reason::double_quote},
-    {Kind::field_name, "a\nb", Reason::line_end},
-    {Kind::field_name, "a\\nb", Reason::backslash_n},
-    {Kind::field_name, "a ", Reason::blanks_at_ends},
-    {Kind::field_name, "a&b", Reason::ampersand},
-    {Kind::field_name, std::string(4096, 'x'), Reason::too_long},
-    {Kind::field_name, "a,b:c", Reason::none},
-    {Kind::field_type, "\n", Reason::odd_code},
-    {Kind::field_type, "x", Reason::none},
-    {Kind::parameter, "a:b", Reason::colon},
-    {Kind::parameter, " ", Reason::no_name},
-    {Kind::parameter, " a", Reason::blanks_at_ends},
-    {Kind::parameter, "a\"", Reason::double_quote},
-    {Kind::parameter, "a\nb", Reason::line_end},
-    {Kind::parameter, "a ,b", Reason::none},
-};
-
-TEST(RoundTrip, SaysWhatIsLostAndWhy) {
-    for (const Named& named : kNamed) {
-        SCOPED_TRACE(named.text.substr(0, 9));
-        const bool name = named.kind == Kind::field_name, type = named.kind == Kind::field_type;
+TEST_F(RoundTrip, SaysWhatIsLostAndWhy) {
+    const std::string longest(4095, 'x'), longer = longest + 'x';
+    constexpr Kind kKinds[] = {Kind::value, Kind::field_name, Kind::parameter, Kind::field_type};
+    const struct {
+        Reason reason;
+        std::vector<std::string> texts[4];  // of these kinds
+    } kRows[] = {
+        {Reason::line_end, {{"a\rb"}, {"a\nb"}, {"a\nb"}, {}}},
+        {Reason::backslash_n, {{"C:\\new"}, {"a\\nb"}, {"a\\nb"}, {}}},
+        {Reason::blanks_at_ends, {{" a", "a\n"}, {"a "}, {" a"}, {}}},
+        {Reason::too_long, {{longer}, {longer}, {longest}, {}}},
+        {Reason::double_quote, {{}, {"a\"b"}, {"a\""}, {}}},
+        {Reason::ampersand, {{}, {"a&b"}, {}, {}}},
+        {Reason::colon, {{}, {}, {"a:b"}, {}}},
+        {Reason::no_name, {{}, {}, {" "}, {}}},
+        {Reason::odd_code, {{}, {}, {}, {"\n"}}},
+        {Reason::none, {{longest, "\n\"a\", \\b"}, {"a,b:c"}, {"a ,b"}, {"x"}}},
+    };
+    const auto expect_loss = [](Kind kind, const std::string& text, Reason reason) {
+        SCOPED_TRACE(text.substr(0, 9));
+        const auto type = kind == Kind::field_type ? static_cast<DBFieldTypes::eType>(text[0]) : DBFieldTypes::text;
         keldb table{std::vector<DBFieldDesc>()};
-        table.addField({String(name ? named.text : "a"),
-                        type ? static_cast<DBFieldTypes::eType>(named.text[0]) : DBFieldTypes::text});
+        table.addField({String(kind == Kind::field_name ? text : "a"), type});
         table.addField({"b", DBFieldTypes::text});
-        table.add_param(named.kind == Kind::parameter ? named.text.c_str() : "p", "v");
+        table.add_param(kind == Kind::parameter ? text.c_str() : "p", "v");
         table.add_records(1);
-        if (named.kind == Kind::value) table.setField(0, 0, String(named.text));
-        const std::vector<StorageLoss> losses = storage_losses(table);
-        ASSERT_EQ(losses.size(), named.reason == Reason::none ? 0U : 1U);
-        EXPECT_EQ(round_trip_fault(table), "");
-        if (losses.empty()) continue;
-        EXPECT_EQ(losses[0].kind, named.kind);
-        EXPECT_EQ(losses[0].reason, named.reason);
-        EXPECT_EQ(losses[0].field, named.kind == Kind::parameter ? 1U : 0U);
+        if (kind == Kind::value) table.setField(0, 0, String(text));
+        const std::vector<StorageLoss> losses = losses_of(table);
+        ASSERT_EQ(losses.size(), reason == Reason::none ? 0U : 1U);
+        for (const StorageLoss& loss : losses) {
+            EXPECT_EQ(std::pair(loss.kind, loss.reason), std::pair(kind, reason));
+            EXPECT_EQ(loss.field, kind == Kind::parameter ? 1U : 0U);
+        }
+    };
+    for (const auto& [reason, texts] : kRows) {
+        for (std::size_t i = 0; i < std::size(kKinds); ++i) {
+            for (const std::string& text : texts[i]) expect_loss(kKinds[i], text, reason);
+        }
     }
 }
 

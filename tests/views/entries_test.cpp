@@ -1,7 +1,8 @@
-// Showing rows in a view, and taking them out: one row for each rule, as rows of text (views_text.h).
+// Entries of a view, what becomes of them when rows below go, and what is said about it; worked out by hand. The model
+// (tests/model) holds the same by random programs.
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <optional>
 
 #include "tests/testing/announcements.h"
 #include "tests/testing/views_text.h"
@@ -10,202 +11,97 @@ namespace {
 
 using namespace testing_kit;
 
-std::string show_result(long result) { return std::to_string(result); }
-CookieVec ids(std::initializer_list<const char*> texts) {
-    CookieVec list;
-    for (const char* text : texts) list.add(Cookie(text, false));
-    return list;
-}
-
-// On a view of a table with the records of kTable, tags of the table on rows 1 and 3.
-constexpr const char* kTable = "Name:a Cookie:a Tag:a | a,M0,1 | *b,M1, | a,M2,0 | *d,M3,7 | ,M1,x";
-
-struct Case {
-    const char* what;
-    const char* shows;
-    std::function<std::string(ODBViewRep&)> act;  // its result as text
-    const char* result;
-    const char* left;
-    const char* sent;
-    const char* table;  // the names in the table afterwards
-};
-
-constexpr const char* kWhole = "a b a d ";
-
-const Case kCases[] = {
-    {"rows in the middle, tags stay where they were", "0* 1*",
-     [](ODBViewRep& v) { return show_result(v.displayRecordsAt(10, 3, 1)); }, "3", "0* 10 11 12 1*", "", kWhole},
-    {"a place beyond the end is the end", "0", [](ODBViewRep& v) { return show_result(v.displayRecordsAt(1, 1, 99)); },
-     "1", "0 1", "", kWhole},
-    {"a place below 0 is the front", "0", [](ODBViewRep& v) { return show_result(v.displayRecordsAt(1, 1, -9)); }, "1",
-     "1 0", "", kWhole},
-    {"no rows", "0", [](ODBViewRep& v) { return show_result(v.displayRecordsAt(1, -1, 0)); }, "0", "0", "", kWhole},
-    {"all: the old ones are announced", "3* 1", [](ODBViewRep& v) { return v.displayAllRecords(), ""; }, "",
-     "0 1 2 3 4", "-0,1", kWhole},
-    {"all, on an empty view", "", [](ODBViewRep& v) { return v.displayAllRecords(), ""; }, "", "0 1 2 3 4", "", kWhole},
-    {"what the base has tagged", "0*", [](ODBViewRep& v) { return v.displayTaggedRecordsAt(0), ""; }, "", "1 3 0*", "",
-     kWhole},
-    {"a match: the first row", "4", [](ODBViewRep& v) { return show_result(v.displayMatchAt("NAME", "a", 1)); }, "1",
-     "4 0", "", kWhole},
-    {"no match, by another case", "4", [](ODBViewRep& v) { return show_result(v.displayMatchAt("Name", "A", 1)); }, "0",
-     "4", "", kWhole},
-    {"identifiers, in their order, unknown ones left out", "4",
-     [](ODBViewRep& v) {
-         return show_result(v.displayRecordsAt(ids({"M3", "x", "M1", "M3"}), 0));
-     },
-     "3", "3 1 3 4", "", kWhole},
-    {"a set of identifiers, in the order of the set", "",
-     [](ODBViewRep& v) {
-         CookieSet set;
-         for (const char* id : {"M3", "M0", "M3"}) set.add(Cookie(id, false));
-         return show_result(v.displayRecordsAt(set, 0));
-     },
-     "2", "0 3", "", kWhole},
-    {"from another view: what is not shown yet, once", "2* 0",
-     [](ODBViewRep& v) { return show_result(v.displayAllFromAt(view_showing(*v.odb(), "4 2 9 4 1"), 1)); }, "2",
-     "2* 4 1 0", "", kWhole},
-    {"from a view on a view: nothing", "2",
-     [](ODBViewRep& v) {
-         const ODBView other = view_showing(*v.odb(), "4 1");
-         return show_result(v.displayAllFromAt(subview_showing(other, "0"), 1));
-     },
-     "0", "2", "", kWhole},
-    {"from a view on another table: nothing", "2",
-     [](ODBViewRep& v) {
-         keldb other = table_of(kTable);
-         return show_result(v.displayAllFromAt(view_showing(other, "1"), 0));
-     },
-     "0", "2", "", kWhole},
-    {"from no view", "2", [](ODBViewRep& v) { return show_result(v.displayAllFromAt(ODBView(), 0)); }, "0", "2", "",
-     kWhole},
-    {"clear is silent", "2 1", [](ODBViewRep& v) { return v.clear(), ""; }, "", "", "", kWhole},
-    {"tags from the field Tag", "0", [](ODBViewRep& v) { return v.setupViewTagsFromKeldbTagField(), ""; }, "",
-     "0* 1 2 3* 4", "-0", kWhole},
-    {"tags from the base", "", [](ODBViewRep& v) { return v.displayAllRecordsWithBaseTagStatus(), ""; }, "",
-     "0 1* 2 3* 4", "", kWhole},
-
-    {"remove nothing, inside", "3* 1", [](ODBViewRep& v) { return v.remove(0, 0), ""; }, "", "3* 1", "?", kWhole},
-    {"remove outside", "3* 1", [](ODBViewRep& v) { return v.remove(2, 1), v.remove(-1, 1), ""; }, "", "3* 1", "",
-     kWhole},
-    {"remove more than there is", "3* 1", [](ODBViewRep& v) { return v.remove(1, 9), ""; }, "", "3*", "-1", kWhole},
-    {"remove tagged: run by run", "0* 1* 2 3* 4", [](ODBViewRep& v) { return show_result(v.removeTagged()); }, "3",
-     "2 4", "-0,1 -1", kWhole},
-    {"remove untagged, all", "0 1", [](ODBViewRep& v) { return show_result(v.removeNonTagged()); }, "2", "", "-0,1",
-     kWhole},
-
-    {"delete: one deletion for each run", "0 1 3 2", [](ODBViewRep& v) { return v.deleteRecords(0, 4), ""; }, "", "",
-     "-0 -0 ! -0 ! -0 !", ""},
-    {"delete a row shown twice", "1 1* 2", [](ODBViewRep& v) { return v.deleteRecords(0, 1), ""; }, "", "1", "-0 -0 !",
-     "a a d "},
-    {"delete what was chosen, and no more", "1 1 2", [](ODBViewRep& v) { return v.deleteRecords(0, 2), ""; }, "", "1",
-     "-0 -0 !", "a a d "},
-    {"delete past an entry without a record", "9 2", [](ODBViewRep& v) { return v.deleteRecords(0, 2), ""; }, "", "8",
-     "-1 !", "a b d "},
-    {"delete beyond the end", "0 3", [](ODBViewRep& v) { return v.deleteRecords(1, 10), ""; }, "", "0", "-1 !",
-     "a b a "},
-    {"delete tagged: neighbours in the base, not in the view", "1* 0 2*",
-     [](ODBViewRep& v) { return show_result(v.deleteTagged()); }, "2", "0", "-0 ! -1 !", "a d "},
-
-    {"insert before an entry", "0 1* 2", [](ODBViewRep& v) { return v.insertBlankRecords(1, 2), ""; }, "", "0 1 2 3* 4",
-     "", "a   b a d "},
-    {"insert at the end", "3", [](ODBViewRep& v) { return v.insertBlankRecords(9, 1), ""; }, "", "3 5", "",
-     "a b a d  "},
-    {"insert before an entry without a record", "9", [](ODBViewRep& v) { return v.insertBlankRecords(0, 1), ""; }, "",
-     "5 10", "", "a b a d  "},
-};
-
-TEST(ViewEntries, AreShownAndTakenOutAsTheRulesSay) {
-    for (const Case& c : kCases) {
-        SCOPED_TRACE(c.what);
-        keldb table = table_of(kTable);
-        const ODBView view = view_showing(table, c.shows);
-        Announcements sent(*view);
-        EXPECT_EQ(c.act(*view), c.result);
-        EXPECT_EQ(rows(*view), c.left);
-        EXPECT_EQ(sent.take(), c.sent);
-        const ODBView whole(&table);
-        whole->displayAllRecords();
-        EXPECT_EQ(names(*whole), c.table);
-    }
-}
-
-// A subview's match and identifiers name positions of its base view; entries leave the view at the bottom.
-TEST(ViewEntries, OfASubviewArePositionsInItsBaseView) {
-    keldb table = table_of(kTable);
-    const ODBView view = view_showing(table, "3 2 1"), above = subview_showing(view, "");
-    EXPECT_TRUE(above->displayMatchAt("Name", "a", 0));
-    EXPECT_EQ(above->displayRecordsAt(ids({"M1", "M0"}), 9), 1);
-    EXPECT_EQ(rows(*above), "1 2");
-    EXPECT_EQ(names(*above), "a b");
-    above->set_tag(1, 1);
-    EXPECT_EQ(above->removeTagged(), 1);
-    EXPECT_EQ(rows(*view), "3 2");
-    above->deleteRecords(0, 1);
-    EXPECT_EQ(names(*view), "d");
-    EXPECT_EQ(table.get_num_records(), 4U);
-}
-
-TEST(ViewEntries, TableThatShowsTagsOnlyRefusesInsertions) {
-    keldb table = table_of(kTable);
-    table.set_show_tags_only(1);
-    const ODBView view(&table);
-    view->displayAllRecords();
-    view->insertBlankRecords(0, 2);
-    EXPECT_EQ(view->add_records(2), -1);
-    view->deleteRecords(0, 2);
-    EXPECT_EQ(names(*view), "b d");
-    table.set_show_tags_only(0);
-    EXPECT_EQ(table.get_num_records(), 5U);
-}
-
-// --- Tags ---
-
-struct TagCase {
-    const char* what;
-    const char* shows;
-    std::function<std::string(ODBViewRep&)> act;
-    const char* result;
-    const char* left;
-};
-const TagCase kTagCases[] = {
-    {"duplicates of the entry before, ordered", "0 2 1 0",
-     [](ODBViewRep& v) { return show_result(v.tagDuplicatesOrdered(0)); }, "1", "0 2* 1 0"},
-    {"duplicates in any order; others are untagged", "1* 0 4 2* 0",
-     [](ODBViewRep& v) { return show_result(v.tagDuplicates(0)); }, "2", "1 0 4 2* 0*"},
-    {"one of each", "1 0 2 3*", [](ODBViewRep& v) { return show_result(v.tag_all_different(0)); }, "3", "1* 0* 2 3*"},
-    {"by a field that is not there: all equal", "1 0", [](ODBViewRep& v) { return show_result(v.tagDuplicates(9)); },
-     "1", "1 0*"},
-    {"of one entry", "1*", [](ODBViewRep& v) { return show_result(v.tagDuplicates(0)); }, "0", "1"},
-    {"to the base", "1 0* 9*", [](ODBViewRep& v) { return v.tagBaseFromTags(), show_result(v.odb()->get_num_tags()); },
-     "2", "1 0* 9*"},
-    {"inverted", "1 0*", [](ODBViewRep& v) { return v.invertAllTags(), show_result(v.countTags()); }, "1", "1* 0"},
-};
-
 TEST(ViewTags, FollowTheRules) {
-    for (const TagCase& c : kTagCases) {
-        SCOPED_TRACE(c.what);
-        keldb table = table_of(kTable);
-        const ODBView view = view_showing(table, c.shows);
-        EXPECT_EQ(c.act(*view), c.result);
-        EXPECT_EQ(rows(*view), c.left);
-        EXPECT_EQ(view->refs(), 1U);
+    const struct {
+        const char* shows;
+        void (*act)(ODBViewRep& v);
+        const char* left;
+        const char* sent;
+    } kCases[] = {
+        {"0 2 1 0", [](auto& v) { v.tagDuplicatesOrdered(0); }, "0 2* 1 0", ""},
+        {"1* 0 4 2* 0", [](auto& v) { v.tagDuplicates(0); }, "1 0 4 2* 0*", ""},
+        {"1 0", [](auto& v) { v.tagDuplicates(9); }, "1 0*", ""},  // of a field that is not there: all equal
+        {"1 0 2 3*", [](auto& v) { v.tag_all_different(0); }, "1* 0* 2 3*", ""},
+        {"1* 9*", [](auto& v) { v.tagBaseFromTags(), v.displayAllRecordsWithBaseTagStatus(); }, "0 1* 2 3* 4", "-0,1"},
+        {"0", [](auto& v) { v.setupViewTagsFromKeldbTagField(); }, "0* 1 2 3* 4", "-0"},
+        {"0* 1* 2 3* 4", [](auto& v) { v.removeTagged(); }, "2 4", "-0,1 -1"},
+        {"1* 0 2*", [](auto& v) { v.deleteTagged(); }, "0", "-0 ! -1 !"},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.shows);
+        keldb table = table_of("Name:a Tag:a | a,1 | *b, | a,0 | *d,7 | ,x");
+        ODBViewRep view(&table);  // nobody holds it, and it lives on
+        show(view, c.shows);
+        Announcements sent(view);
+        c.act(view);
+        EXPECT_EQ(rows(view), c.left);
+        EXPECT_EQ(sent.take(), c.sent);
     }
 }
 
-TEST(ViewTags, BaseTagsNeedTheFieldTag) {
-    keldb table = table_of("Name:a | *a | b");
-    const ODBView view(&table);
-    view->displayAllRecordsWithBaseTagStatus();
-    EXPECT_EQ(rows(*view), "0 1");
+TEST(ViewEntries, OfASetOfIdentifiersAndOfNothing) {
+    keldb table = table_of("Name:a Cookie:a | a,M0 | b,M1 | c,M2 | d,M3"), other = lettered_table(2);
+    const ODBView view(&table), whole = view_showing(table, "0 1"), elsewhere = view_showing(other, "1");
+    CookieSet ids;
+    for (const char* id : {"M3", "M0", "x", "M3"}) ids.add(Cookie(id, false));
+    EXPECT_EQ(view->displayRecordsAt(ids, 0), 2);
+    for (const ODBView& from : {ODBView(), elsewhere, subview_showing(whole, "1")})
+        EXPECT_EQ(view->displayAllFromAt(from, 0), 0);
+    EXPECT_FALSE(view->displayMatchAt("Name", nullptr, 0) || view->displayMatchAt(nullptr, "a", 0));
+    EXPECT_EQ(rows(*view), "0 3");
 }
 
-TEST(ViewTags, SubviewShowsWhatIsTaggedNow) {
-    keldb table = lettered_table(5);
-    const ODBView view = view_showing(table, "4 2* 0"), above(view, true);
-    view->tagAll(true);
-    EXPECT_EQ(rows(*above), "1");
-    EXPECT_EQ(names(*above), "c");
-    EXPECT_EQ(above->baseIndex(0), 2);
+TEST(ViewPropagation, RepairsAndAnnouncesDeletionsBelow) {
+    const struct {
+        const char* shows;  // of a table of ten rows
+        const char* above;  // positions in that view
+        unsigned first, count;
+        const char* left;  // of both
+        const char* sent;
+    } kDeletions[] = {
+        {"0 2* 4 6", "3 1* 0", 2, 2, "0 2 4 / 2 0", "-1 ! / -1 !"},      // row 2 is shown, row 3 is not
+        {"5 1", "1 0", 0, 1, "4 0 / 1 0", " / "},                        // nothing shown is lost: in silence
+        {"3 3", "0 1 1", 3, 1, " / ", "-0 -0 ! / -0 ! -0 -0 !"},         // a row shown twice is lost twice
+        {"7 8 9* 3*", "2 3*", 7, 3, "3* / 0*", "-0 -0 -0 ! / -0 !"},     // the view's order does not matter
+        {"6 5 4", "0 1 2", 4, 2, "4 / 0", "-2 -1 ! / -2 ! -1 !"},        // as if they went one by one
+        {"1 9 2", "2 2* 0", 0, 10, " / ", "-0 -1 -0 ! / -2 ! -0 -0 !"},  // in the order of the base
+        {"0 9 12", "2 5 1", 9, 1, "0 11 / 1 4", "-1 ! / -2 !"},          // those without a record move as well
+    };
+    for (const auto& d : kDeletions) {
+        for (const bool heard : {true, false}) {  // unheard, all goes at once
+            SCOPED_TRACE(std::string(d.shows) + " / " + d.above);
+            keldb table = lettered_table(10);
+            const ODBView view = view_showing(table, d.shows), above = subview_showing(view, d.above);
+            std::optional<Announcements> sent, sent_above;
+            if (heard) sent.emplace(*view), sent_above.emplace(*above);
+            table.delete_records(d.first, d.count);
+            EXPECT_EQ(rows(*view) + " / " + rows(*above), d.left);
+            EXPECT_EQ(heard ? sent->take() + " / " + sent_above->take() : d.sent, d.sent);
+        }
+    }
+}
+
+TEST(ViewPropagation, RemovalBelowReachesWhatStandsAbove) {
+    keldb table = lettered_table(10);
+    const ODBView view = view_showing(table, "9 8 7 6"), above = subview_showing(view, "3 2 1 0");
+    Announcements sent(*view), sent_above(*above), sent_by_table(table);
+    view->remove(1, 2);
+    EXPECT_EQ(rows(*view) + " / " + rows(*above), "9 6 / 1 0");
+    EXPECT_EQ(sent.take() + " / " + sent_above.take(), "-1,2 / -2 -1 !");
+}
+
+TEST(ViewPropagation, TakesAMessageFromElsewhere) {  // number by number, for this view alone
+    const char* const kMessages[][3] = {
+        {"2 3 ", "0 2 4", "-1 !"}, {"", "0 2 4 6", ""},       {"9 ", "0 2 4 6", ""},
+        {"0 2", "2 4", "-0 -0 !"}, {"4 2 ", "0 1 4", "-2 !"}, {"x 6", "1 3", "-0 -2 !"},
+    };
+    for (const auto& [text, left, said] : kMessages) {
+        keldb table = lettered_table(10);
+        const ODBView view = view_showing(table, "0 2 4 6");
+        Announcements sent(*view);
+        EXPECT_EQ(view->recordsDeletedNotify(NotifyMsg(String(text), nullptr)), 0);
+        EXPECT_EQ(rows(*view) + " / " + sent.take(), std::string(left) + " / " + said);
+    }
 }
 
 }  // namespace
