@@ -21,7 +21,15 @@ struct Item {
 
 constexpr std::ptrdiff_t kFewItems = 8;       // at most so many: insertion by the comparison is as fast
 constexpr std::ptrdiff_t kRadixItems = 1024;  // from here on a radix sort beats comparing numbers
-constexpr std::ptrdiff_t kFetchAhead = 12;
+constexpr std::ptrdiff_t kFetchAhead = 8;
+
+// Memory for many items, to be written before it is read.
+template <class T>
+std::unique_ptr<T[]> untouched(std::size_t count) {
+    std::unique_ptr<T[]> memory(new T[count]);
+    prefer_huge_pages(memory.get(), count * sizeof(T));
+    return memory;
+}
 
 // Sorts by one word of the step, keeping the order of equal ones; `scratch` has room for as many items. Bytes that are
 // equal in all words cost nothing.
@@ -45,12 +53,23 @@ void radix_sort(Item* first, Item* last, std::uint64_t KeyStep::*word, Item* scr
     if (from != first) std::copy(from, from + size, first);
 }
 
-// Memory for many items, to be written before it is read.
-template <class T>
-std::unique_ptr<T[]> untouched(std::size_t count) {
-    std::unique_ptr<T[]> memory(new T[count]);
-    prefer_huge_pages(memory.get(), count * sizeof(T));
-    return memory;
+// Sorts by bits 32 to 61, keeping the order of words that are equal there.
+void sort_words(std::uint64_t* first, std::size_t size) {
+    constexpr unsigned kBits = 10;
+    constexpr std::uint64_t kDigit = (1U << kBits) - 1;
+    std::uint64_t* const last = first + size;
+    if (std::is_sorted(first, last, [](std::uint64_t a, std::uint64_t b) { return a >> 32 < b >> 32; })) return;
+    const std::unique_ptr<std::uint64_t[]> scratch = untouched<std::uint64_t>(size);
+    std::uint64_t *from = first, *to = scratch.get();
+    for (unsigned shift = 32; shift < 62; shift += kBits) {
+        std::array<std::uint32_t, kDigit + 1> places{};
+        for (std::size_t i = 0; i < size; ++i) ++places[from[i] >> shift & kDigit];
+        std::uint32_t place = 0;
+        for (std::uint32_t& count : places) place += std::exchange(count, place);
+        for (std::size_t i = 0; i < size; ++i) to[places[from[i] >> shift & kDigit]++] = from[i];
+        std::swap(from, to);
+    }
+    std::copy(from, from + size, first);
 }
 
 // Calls visit(run, end) for each run of more than one item for which same(a, b) holds between neighbours.
@@ -69,14 +88,13 @@ bool same_high(const Item& a, const Item& b) { return a.step.high == b.step.high
 
 class KeyedSort {
 public:
-    KeyedSort(std::span<const dbrecord* const> records, bool ascending)
-        : records_(records),
-          ascending_(ascending),
-          items_(untouched<Item>(records.size())),
-          scratch_(untouched<Item>(records.size())) {}
+    KeyedSort(std::span<const dbrecord* const> records, bool ascending) : records_(records), ascending_(ascending) {}
 
     std::vector<std::uint32_t> run() {
         std::vector<std::uint32_t> order(records_.size());
+        if (by_one_timecode() && order_by_timecode(sort_state().keys[0], order)) return order;
+        items_ = untouched<Item>(order.size());
+        scratch_ = untouched<Item>(order.size());
         for (std::uint32_t row = 0; row < order.size(); ++row) items_[row].row = row;
         Item* first = items_.get();
         Item* last = first + order.size();
@@ -106,6 +124,36 @@ private:
         return [this](const Item& a, const Item& b) { return compare(a, b) < 0; };
     }
 
+    bool by_one_timecode() const {
+        const int* key = sort_state().keys;
+        return std::ssize(records_) >= kRadixItems && ascending_ && key && key[0] >= 0 && key[1] < 0 &&
+               rule(key[0]).kind == KeyRule::timecode;
+    }
+
+    // The order in which logs are asked for most: all that decides is one number, and it lies in one word with the row.
+    // False, and nothing done, when a value is no timecode in its usual form.
+    bool order_by_timecode(int field, std::vector<std::uint32_t>& order) const {
+        constexpr std::uint64_t kNoValue = std::uint64_t{1} << 27, kBlank = kNoValue + 1, kMissing = kNoValue + 2;
+        const std::unique_ptr<std::uint64_t[]> words = untouched<std::uint64_t>(order.size());
+        for (std::size_t row = 0; row < order.size(); ++row) {
+            if (const std::size_t far = row + 3 * kFetchAhead; far < order.size())
+                fetch(records_[far], records_[far - kFetchAhead], records_[far - 2 * kFetchAhead], field);
+            std::uint64_t place = kMissing;
+            if (const dbrecord* record = records_[row]) {
+                const std::string_view text = key_value(*record, field);
+                const auto number =
+                    text.empty() ? (record->is_blank() != 0 ? kBlank : kNoValue) : timecode_number(text);
+                if (!number) return false;
+                place = *number;
+            }
+            words[row] = place << 32 | row;
+        }
+        sort_words(words.get(), order.size());
+        std::transform(words.get(), words.get() + order.size(), order.begin(),
+                       [](std::uint64_t word) { return static_cast<std::uint32_t>(word); });
+        return true;
+    }
+
     // Moves the items for which `wanted` holds to the front, each part keeping its order; returns where they end.
     template <class Wanted>
     Item* keep_in_front(Item* first, Item* last, Wanted wanted) {
@@ -120,14 +168,19 @@ private:
         return keep_in_front(first, last, [this](Item& item) { return record(item).is_blank() == 0; });
     }
 
-    // Records lie anywhere in memory: asks for the one that comes soon, and for the texts of one that comes sooner.
-    void fetch_ahead(const Item* item, const Item* last) const {
-        if (last - item <= 2 * kFetchAhead) return;
-        __builtin_prefetch(&record(item[2 * kFetchAhead]));
-        const char* texts = static_cast<const char*>(record(item[kFetchAhead]).values().address());
-        if (!texts) return;
-        __builtin_prefetch(texts);
-        __builtin_prefetch(texts + 64);
+    // Records lie anywhere in memory: asks for the one that comes soon, for the places of the texts of one that comes
+    // sooner, and for the very text that is read from the one after next.
+    static void fetch(const dbrecord* soon, const dbrecord* sooner, const dbrecord* next, int field) {
+        __builtin_prefetch(soon);
+        if (const void* texts = sooner ? sooner->values().address() : nullptr) {
+            __builtin_prefetch(texts);
+            __builtin_prefetch(static_cast<const char*>(texts) + 64);
+        }
+        if (next) __builtin_prefetch(next->field_text(static_cast<unsigned>(field)).data());
+    }
+    void fetch_ahead(const Item* item, const Item* last, int field) const {
+        if (last - item <= 3 * kFetchAhead) return;
+        fetch(&record(item[3 * kFetchAhead]), &record(item[2 * kFetchAhead]), &record(item[kFetchAhead]), field);
     }
 
     // Records with equal values in the keys before; none of them blank but for the first key. In ascending order those
@@ -153,7 +206,7 @@ private:
         if (last - first >= kRadixItems && first == items_.get() && key == sort_state().keys)
             keep_more_steps(key, of_key);
         return keep_in_front(first, last, [&](Item& item) {
-            fetch_ahead(&item, last);
+            fetch_ahead(&item, last, *key);
             const std::string_view text = value(item, *key);
             if (ascending_ && text.empty()) return false;
             if (exact) exact = read_exact(text, of_key, item);
@@ -203,7 +256,7 @@ private:
                 item->step = second_steps_[item->row];
                 continue;
             }
-            fetch_ahead(item, last);
+            fetch_ahead(item, last, *key);
             if (exact) {
                 read_exact(value(*item, *key), of_key, k, item->step);
             } else {
