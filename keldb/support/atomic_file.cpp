@@ -110,8 +110,10 @@ bool AtomicFile::open() {
     if (!inspect_target()) {
         return false;
     }
-    look_at_model();
-    return straight_ ? open_straight() : open_temporary();
+    if (straight_) {
+        return open_straight();
+    }
+    return look_at_model() && open_temporary();
 }
 
 // What stands at the target, links followed. A device is left under the name it was given by: what a link such as
@@ -145,13 +147,18 @@ bool AtomicFile::inspect_target() {
     return OS().access(target_.c_str(), W_OK) == 0 || fail();
 }
 
-void AtomicFile::look_at_model() {
+// A model that stands and cannot be looked at is a failure: the new file would be more open than it.
+bool AtomicFile::look_at_model() {
+    if (like_.empty()) {
+        return true;
+    }
     struct ::stat model {};
-    if (straight_ || like_.empty() || OS().stat(like_.c_str(), &model) != 0) {
-        return;
+    if (OS().stat(like_.c_str(), &model) != 0) {
+        return errno == ENOENT || fail();
     }
     old_ = model;
     takes_mode_ = true;
+    return true;
 }
 
 bool AtomicFile::resolve_links() {

@@ -33,7 +33,7 @@ private:
     bool fail();
     bool fail(int code);
     bool inspect_target();
-    void look_at_model();
+    bool look_at_model();
     bool resolve_links();
     bool split_target();
     bool open_temporary();

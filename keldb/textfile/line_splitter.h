@@ -40,12 +40,15 @@ struct LineOddities {
     struct Met {
         std::size_t count = 0;
         std::size_t first = 0;
+        std::size_t last = 0;
     };
     std::array<Met, kLineOddities> met;
 
     void note(LineOddity what, std::size_t value) noexcept {
         Met& entry = met[static_cast<std::size_t>(what)];
+        if (entry.count != 0 && entry.last == value) return;  // a value counts once, however often it is odd
         if (entry.count++ == 0) entry.first = value;
+        entry.last = value;
     }
 };
 

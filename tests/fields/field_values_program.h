@@ -1,6 +1,5 @@
 // Reads a string of bytes as a program of operations on two FieldValues and runs it beside two vectors of strings.
-// After every step the texts, the emptiness and ok() must agree, and every text that was handed out, itself or as a
-// String, and that nothing has ended since must still read as it did.
+// After every step both must agree, and every text that was handed out and not ended since must still read as it did.
 #ifndef KELDB_TESTS_FIELDS_FIELD_VALUES_PROGRAM_H
 #define KELDB_TESTS_FIELDS_FIELD_VALUES_PROGRAM_H
 
@@ -53,40 +52,39 @@ private:
             std::string wrong;
             values.for_each([&](std::string_view text, std::size_t readable) {
                 const bool walked = text == twin[i] && std::string(text.data(), readable).starts_with(text);
-                if (!walked || values.text(i) != text || values.copy(i) != text ||
-                    values.text(i).data()[text.size()] != '\0')
+                if (!walked || values.text(i) != text || values.copy(i) != text || text.data()[text.size()] != '\0') {
                     wrong = "value " + std::to_string(i);
+                }
                 total += twin[i++].size();
             });
-            if (!wrong.empty()) return wrong;
             if (i != twin.size() || values.total_size() != total) return "total_size, or the walk, is wrong";
             for (const Held& h : held) {
                 if (h.text != h.expected) return "a text handed out has changed";
             }
-            return "";
+            return wrong;
         }
     };
 
     void act(Subject& one, Subject& other, unsigned kind) {
         if (kind < 6 && !one.twin.empty()) {
-            act_on_value(one, kind, static_cast<unsigned short>(source_.u8() % one.twin.size()));
-        } else if (kind < 9) {
-            pack(one, kind == 8);
-        } else if (kind == 9) {
-            const auto count = static_cast<unsigned short>(source_.u8());
-            if (count != one.twin.size()) one.held.clear();
-            one.values.resize(count);
-            one.twin.resize(count);
-        } else if (kind == 10) {
+            return act_on_value(one, kind, static_cast<unsigned short>(source_.u8() % one.twin.size()));
+        }
+        if (kind == 10) {
             one.values.swap(other.values);
             one.twin.swap(other.twin);
-            one.held.swap(other.held);
+            return one.held.swap(other.held);
+        }
+        const auto count = static_cast<unsigned short>(kind == 9 ? source_.u8() : 0);
+        if (kind != 9 || count != one.twin.size()) one.held.clear();
+        if (kind < 9) {
+            pack(one, kind == 8);
+        } else if (kind == 9) {
+            one.values.resize(count);
+            one.twin.resize(count);
         } else if (source_.one_in(4)) {
-            one.held.clear();
             one.values.clear();
             std::fill(one.twin.begin(), one.twin.end(), "");
         } else {
-            one.held.clear();
             one.values = other.values;
             one.twin = other.twin;
         }
@@ -95,8 +93,7 @@ private:
     void act_on_value(Subject& one, unsigned kind, unsigned short i) {
         if (kind < 2) {
             const std::string_view text = kind == 0 ? one.values.text(i) : one.values.string(i).view();
-            one.held.push_back({i, text, one.twin[i]});
-            return;
+            return one.held.push_back({i, text, one.twin[i]});
         }
         std::erase_if(one.held, [&](const Held& h) { return kind == 2 || h.field == i; });
         if (kind == 2) {
@@ -116,7 +113,6 @@ private:
 
     // In a block of its own, or in memory that stays with this program (with nothing behind it that could be written).
     void pack(Subject& one, bool embedded) {
-        one.held.clear();
         one.twin.resize(source_.pick(14));
         kel::ValueBuilder builder;
         builder.start(0);

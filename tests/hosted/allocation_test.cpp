@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <string>
 
 #include "keldb/table/keldb.h"
 
@@ -18,83 +19,54 @@ constexpr std::nothrow_t kNothrow{};
 // More than the address space holds. Volatile, so that the compiler cannot foresee the failure.
 volatile std::size_t impossible_size = std::size_t{1} << 60;
 
-struct Form {
-    const char* name;
-    void* (*allocate)(std::size_t size);
-    void (*release)(void* block, std::size_t size);
-    bool throws = true;
-};
+int handler_calls = 0;
 
-template <auto... how>
-constexpr auto one = [](std::size_t n) { return ::operator new(n, how...); };
-template <auto... how>
-constexpr auto many = [](std::size_t n) { return ::operator new[](n, how...); };
-template <auto... how>
-constexpr auto free_one = [](void* p, std::size_t) { ::operator delete(p, how...); };
-template <auto... how>
-constexpr auto free_many = [](void* p, std::size_t) { ::operator delete[](p, how...); };
-template <auto... how>
-constexpr auto free_sized = [](void* p, std::size_t n) { ::operator delete(p, n, how...); };
-template <auto... how>
-constexpr auto free_many_sized = [](void* p, std::size_t n) { ::operator delete[](p, n, how...); };
-
-const Form forms[] = {
-    {"plain", one<>, free_one<>},
-    {"sized", one<>, free_sized<>},
-    {"array", many<>, free_many<>},
-    {"sized array", many<>, free_many_sized<>},
-    {"aligned", one<kAligned>, free_one<kAligned>},
-    {"sized aligned", one<kAligned>, free_sized<kAligned>},
-    {"aligned array", many<kAligned>, free_many<kAligned>},
-    {"sized aligned array", many<kAligned>, free_many_sized<kAligned>},
-    {"nothrow", one<kNothrow>, free_one<kNothrow>, false},
-    {"nothrow array", many<kNothrow>, free_many<kNothrow>, false},
-    {"nothrow aligned", one<kAligned, kNothrow>, free_one<kAligned, kNothrow>, false},
-    {"nothrow aligned array", many<kAligned, kNothrow>, free_many<kAligned, kNothrow>, false},
-};
-
-// A program that uses nothing of the library may be linked without it, so this one holds a table.
-class Allocation : public testing::Test {
-    keldb table_;
-};
-
-TEST_F(Allocation, EveryFormGivesAndTakesBlocksOfMimalloc) {
+template <class Allocate, class Release>
+void expect_served(bool aligned, bool throws, Allocate allocate, Release release) {
     using InHeap = bool (*)(const void*);
     const auto from_mimalloc = reinterpret_cast<InHeap>(dlsym(RTLD_DEFAULT, "mi_is_in_heap_region"));
-    ASSERT_NE(from_mimalloc, nullptr);
-    for (const Form& form : forms) {
-        for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{4096}, std::size_t{5} << 20}) {
-            void* block = form.allocate(size);
-            ASSERT_TRUE(block && from_mimalloc(block)) << form.name << size;
-            const bool aligned = reinterpret_cast<std::uintptr_t>(block) % kAlignment == 0;
-            EXPECT_TRUE(aligned || !std::strstr(form.name, "aligned")) << form.name << size;
-            std::memset(block, 0xA5, size);
-            form.release(block, size);
-        }
-        form.release(nullptr, 0);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{5} << 20}) {
+        void* block = allocate(size);
+        ASSERT_TRUE(block && from_mimalloc && from_mimalloc(block)) << size;
+        EXPECT_TRUE(!aligned || reinterpret_cast<std::uintptr_t>(block) % kAlignment == 0) << size;
+        std::memset(block, 0xA5, size);
+        release(block, size);
+    }
+    release(nullptr, 0);
+    handler_calls = 0;  // the new-handler is asked until it is gone; then the request fails, and the process goes on
+    std::set_new_handler([] {
+        if (++handler_calls == 3) std::set_new_handler(nullptr);
+    });
+    bool thrown = false;
+    try {
+        EXPECT_EQ(allocate(impossible_size), nullptr);
+    } catch (const std::bad_alloc&) {
+        thrown = true;
+    }
+    EXPECT_EQ(thrown, throws);
+    EXPECT_EQ(handler_calls, 3);
+}
+
+// Blocks for one object and for arrays, released without and with their size.
+template <bool aligned, bool throws, auto... how>
+void expect_all_served() {
+    SCOPED_TRACE((aligned ? "aligned" : "plain") + std::string(throws ? "" : ", nothrow"));
+    const auto one = [](std::size_t n) { return ::operator new(n, how...); };
+    const auto many = [](std::size_t n) { return ::operator new[](n, how...); };
+    expect_served(aligned, throws, one, [](void* p, std::size_t) { ::operator delete(p, how...); });
+    expect_served(aligned, throws, many, [](void* p, std::size_t) { ::operator delete[](p, how...); });
+    if constexpr (throws) {
+        expect_served(aligned, throws, one, [](void* p, std::size_t n) { ::operator delete(p, n, how...); });
+        expect_served(aligned, throws, many, [](void* p, std::size_t n) { ::operator delete[](p, n, how...); });
     }
 }
 
-int handler_calls = 0;
-
-// The new-handler is asked until it is gone; then the request fails, and the process does not end.
-TEST_F(Allocation, AnImpossibleSizeFails) {
-    for (const Form& form : forms) {
-        for (const int asked : {0, 3}) {
-            handler_calls = 0;
-            std::set_new_handler(asked == 0 ? nullptr : +[] {
-                if (++handler_calls == 3) std::set_new_handler(nullptr);
-            });
-            bool thrown = false;
-            try {
-                EXPECT_EQ(form.allocate(impossible_size), nullptr) << form.name;
-            } catch (const std::bad_alloc&) {
-                thrown = true;
-            }
-            EXPECT_EQ(thrown, form.throws) << form.name;
-            EXPECT_EQ(handler_calls, asked) << form.name;
-        }
-    }
+TEST(Allocation, EveryFormIsServedByMimalloc) {
+    const keldb table;  // a program that uses nothing of the library may be linked without it
+    expect_all_served<false, true>();
+    expect_all_served<true, true, kAligned>();
+    expect_all_served<false, false, kNothrow>();
+    expect_all_served<true, false, kAligned, kNothrow>();
 }
 
 }  // namespace

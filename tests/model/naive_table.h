@@ -1,16 +1,18 @@
 // The obvious table: vectors of texts, written from the rules; and what it has in common with the obvious view.
 // Operations have the library's names and arguments, so that a program does the same to both. How two records compare
-// in a sort is asked of the library: tests/search holds that against the rules.
+// in a sort, how a number is written, whether one text occurs in another, and which fields are halves of a range is
+// asked of the library: tests/search, tests/fields and tests/support hold that against the rules.
 #ifndef KELDB_TESTS_MODEL_NAIVE_TABLE_H
 #define KELDB_TESTS_MODEL_NAIVE_TABLE_H
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <memory>
 
+#include "keldb/fields/well_known_fields.h"
 #include "keldb/search/record_order.h"
 #include "keldb/support/ascii.h"
+#include "keldb/support/text_search.h"
 #include "keldb/support/timecode.h"
 #include "keldb/table/keldb.h"
 #include "tests/testing/texts.h"
@@ -55,30 +57,27 @@ public:
     virtual void insert_records(unsigned at, unsigned count) = 0;
     virtual void delete_records(unsigned start, unsigned count) = 0;
     virtual int set_text(unsigned row, unsigned field, const Text& text) = 0;
-    virtual int set_id(unsigned row, const Cookie& id) = 0;
+    virtual int set_field(unsigned row, const Cookie& id) = 0;
     virtual int get_tag(unsigned row) const = 0;
     virtual void set_tag(unsigned row, int value) = 0;
     virtual int match_record(int row) const = 0;
-    virtual int findFirst(const char* field, const char* value, int length) = 0;
 
     int set_field(unsigned row, unsigned field, const char* text) { return set_text(row, field, text); }
-    int set_field(unsigned row, unsigned field, bool value) { return set_text(row, field, value ? "t" : "f"); }
-    int set_field(unsigned row, unsigned field, double value) {  // eight decimals
-        char digits[400];
-        const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 8).ptr;
-        return set_text(row, field, Text(digits, end));
+    int set_field(unsigned row, unsigned field, auto number) {
+        dbrecord written(1);
+        written.set_field(0, number);
+        return set_text(row, field, Text(written.field_text(0)));
     }
-    int set_field(unsigned row, const Cookie& id) { return set_id(row, id); }
-    int set_field(unsigned row, unsigned field, int value) { return set_text(row, field, std::to_string(value)); }
     void invert_tag(unsigned row) { set_tag(row, get_tag(row) == 0); }
     void set_all_tags(int value) {
         for (unsigned i = 0; i < size(); ++i) set_tag(i, value);
     }
-    int get_num_tags() const {
-        return static_cast<int>(rows_where([this](unsigned i) { return get_tag(i) != 0; }).size());
-    }
     void invert_all_tags() {
         for (unsigned i = 0; i < size(); ++i) invert_tag(i);
+    }
+    int get_num_tags() const { return static_cast<int>(tagged().size()); }
+    Numbers tagged() const {
+        return rows_where([this](unsigned i) { return get_tag(i) != 0; });
     }
     int tagMatches(int keep) {
         const Numbers matches = rows_where([this](unsigned i) { return match_record(static_cast<int>(i)) == 1; });
@@ -93,6 +92,10 @@ public:
         }
         return found;
     }
+    int first_where(const auto& holds) const {
+        const Numbers found = rows_where(holds);
+        return found.empty() ? -1 : static_cast<int>(found[0]);
+    }
     // Calls act(row, length) for each run of rows for which that holds, which makes them go. How many went.
     int in_runs(const auto& holds, const auto& act) {
         unsigned gone = 0;
@@ -102,10 +105,6 @@ public:
             gone += length;
         }
         return static_cast<int>(gone);
-    }
-    int first_where(const auto& holds) const {
-        const Numbers found = rows_where(holds);
-        return found.empty() ? -1 : static_cast<int>(found[0]);
     }
 
     // --- Listeners, in the order of registration: a view, or somebody foreign who is heard of in the log ---
@@ -143,15 +142,8 @@ protected:
 struct Field {
     Text name;
     DBFieldTypes::eType type;
-    bool ranged;  // half of a start/end pair by the name that it had when it was added
+    bool ranged = kel::range_pair_of(name) != nullptr;  // by the name that it had when it was added
 };
-
-// The pair that a field of that name belongs to; of the names that programs use.
-inline std::pair<Text, Text> pair_of(const Text& name) {
-    if (name == "Start time" || name == "End time") return {"Start time", "End time"};
-    if (name == "snd start" || name == "snd end") return {"snd start", "snd end"};
-    return {};
-}
 
 class NaiveTable : public NaiveBase {
 public:
@@ -163,25 +155,19 @@ public:
     unsigned size() const override { return static_cast<unsigned>(seen().size()); }
     RowPtr record(unsigned row) const override { return row < size() ? seen()[row] : nullptr; }
     int baseIndex(int row) const override { return row; }
-
     int add_records(int count) override {
-        if (show != 0) return -1;
         const auto first = static_cast<int>(rows.size());
-        for (int i = 0; i < count; ++i) append(std::vector<Text>(fields.size()));
-        return first;
+        return show != 0 ? -1 : (put_in(rows.size(), count), first);
     }
     void insert_records(unsigned at, unsigned count) override {
         if (show != 0) return;
-        at = std::min(at, static_cast<unsigned>(rows.size()));
-        for (unsigned i = 0; i < count; ++i)
-            rows.insert(rows.begin() + at, std::make_shared<Row>(Row{std::vector<Text>(fields.size())}));
+        put_in(std::min<std::size_t>(at, rows.size()), static_cast<int>(count));
         ids_.clear();
     }
     void delete_records(unsigned start, unsigned count) override {
         if (start >= rows.size() || show != 0) return;
         ids_.clear();
-        Numbers gone;
-        for (unsigned row = start; row < rows.size() && row - start < count; ++row) gone.push_back(row);
+        const Numbers gone = rows_where([=](unsigned row) { return row >= start && row - start < count; });
         if (gone.empty()) return;
         rows.erase(rows.begin() + start, rows.begin() + gone.back() + 1);
         changed = true;
@@ -190,6 +176,14 @@ public:
     int delete_tagged_records() {
         const auto tagged = [this](unsigned i) { return get_tag(i) == 1; };
         return show != 0 ? -1 : in_runs(tagged, [this](unsigned at, unsigned n) { delete_records(at, n); });
+    }
+    int add_keldb(const NaiveTable& other) {
+        const auto same = [](const Field& a, const Field& b) { return a.name == b.name && a.type == b.type; };
+        if (show != 0 || !std::equal(fields.begin(), fields.end(), other.fields.begin(), other.fields.end(), same))
+            return -1;
+        const std::vector<RowPtr> theirs = other.rows;
+        for (const RowPtr& row : theirs) rows.push_back(std::make_shared<Row>(Row{row->values}));
+        return static_cast<int>(theirs.size());
     }
 
     // --- Values ---
@@ -200,7 +194,8 @@ public:
     bool setField(unsigned row, unsigned field, const String& text) {
         return store(row, field, Text(text.view()), false);
     }
-    int set_id(unsigned row, const Cookie& id) override {
+    using NaiveBase::set_field;
+    int set_field(unsigned row, const Cookie& id) override {
         const int field = get_fieldnum("cookie");
         if (field < 0 || !record(row)) return 0;
         ids_[Text(id.text().view())] = static_cast<int>(row);
@@ -224,6 +219,19 @@ public:
         show = flag;
         take_snapshot();
     }
+    int tag_all_different(int field) {
+        set_all_tags(0);
+        set_show_tags_only(0);
+        set_sortfield(field);
+        sort(1, 0);
+        Text previous;
+        for (const RowPtr& row : rows) {
+            if (folded(value_of(row, field)) == folded(previous)) continue;
+            row->tag = 1;
+            previous = value_of(row, field).substr(0, 255);
+        }
+        return get_num_tags();
+    }
 
     // --- Fields ---
 
@@ -235,43 +243,30 @@ public:
         const Text field(added.name.view());
         if (get_fieldnum(field) >= 0) return static_cast<unsigned>(get_fieldnum(field));
         for (const RowPtr& row : rows) row->values.emplace_back();
-        const auto number = static_cast<unsigned>(fields.size());
-        fields.push_back({field, added.type, !pair_of(field).first.empty()});
-        if (!field.empty()) numbers_[folded(field)] = number;
-        return number;
+        fields.push_back({field, added.type});
+        number_names();
+        return static_cast<unsigned>(fields.size()) - 1;
     }
     void removeField(const char* field) {
         const int found = get_fieldnum(field);
         if (found < 0) return;
         fields.erase(fields.begin() + found);
         numbers_.clear();
-        for (unsigned i = 0; i < fields.size(); ++i) numbers_.emplace(folded(fields[i].name), i);
+        number_names();
         for (const RowPtr& row : rows) row->values.erase(row->values.begin() + found);
     }
     int set_fieldname(unsigned field, Text to) {
         if (field >= fields.size()) return 0;
         std::erase(to, '&');
         const Text before = folded(std::exchange(fields[field].name, to));
-        if (get_fieldnum(before) == static_cast<int>(field)) {  // another field of that name takes it over
-            numbers_.erase(before);
-            for (unsigned i = 0; i < fields.size(); ++i) {
-                if (folded(fields[i].name) == before) numbers_.emplace(before, i);
-            }
-        }
+        if (get_fieldnum(before) == static_cast<int>(field)) numbers_.erase(before);
+        number_names();  // another field of the old name takes it over
         numbers_[folded(to)] = field;
         return 1;
     }
     int set_fieldtype(unsigned field, DBFieldTypes::eType type) {
         if (field < fields.size()) fields[field].type = type;
         return field < fields.size();
-    }
-    int add_keldb(const NaiveTable* other) {
-        const auto same = [](const Field& a, const Field& b) { return a.name == b.name && a.type == b.type; };
-        if (show != 0 || !std::equal(fields.begin(), fields.end(), other->fields.begin(), other->fields.end(), same))
-            return -1;
-        const std::vector<RowPtr> theirs = other->rows;
-        for (const RowPtr& row : theirs) append(row->values);
-        return static_cast<int>(theirs.size());
     }
 
     // --- Searching ---
@@ -291,20 +286,7 @@ public:
         return 1;
     }
     int tag_matching_records(int keep) { return query_.empty() ? 0 : tagMatches(keep); }
-    int tag_all_different(int field) {
-        set_all_tags(0);
-        set_show_tags_only(0);
-        set_sortfield(field);
-        sort(1, 0);
-        Text previous;
-        for (const RowPtr& row : rows) {
-            if (folded(value_of(row, field)) == folded(previous)) continue;
-            row->tag = 1;
-            previous = value_of(row, field).substr(0, 255);
-        }
-        return get_num_tags();
-    }
-    int findFirst(const char* field, const char* value, int length) override {
+    int findFirst(const char* field, const char* value, int length) {
         const int known = folded(field) == "cookie" ? getRowIndexByID(Cookie(value, false)) : -1;
         if (known >= 0) return known;
         const int number = get_fieldnum(field);
@@ -318,16 +300,14 @@ public:
     int getRowIndexByID(const Cookie& wanted) {
         const Text id(wanted.text().view());
         const int field = get_fieldnum("cookie");
-        const auto find = [&] {
+        for (bool anew = false;; anew = true) {
             for (unsigned row = 0, built = !ids_.empty(); field >= 0 && !built && row < size(); ++row)
                 ids_.emplace(value_of(record(row), field), static_cast<int>(row));
-            return ids_.count(id) != 0 ? ids_[id] : -1;
-        };
-        const int known = find();
-        const RowPtr row = known < 0 ? nullptr : record(static_cast<unsigned>(known));
-        if (known < 0 || (row && field >= 0 && value_of(row, field) == id)) return known;
-        ids_.clear();  // a plain setter changed the identifier since
-        return find();
+            if (ids_.count(id) == 0) return -1;
+            const RowPtr row = record(static_cast<unsigned>(ids_[id]));
+            if (anew || (row && field >= 0 && value_of(row, field) == id)) return ids_[id];
+            ids_.clear();  // a plain setter changed the identifier since
+        }
     }
 
     // --- Sorting ---
@@ -354,7 +334,11 @@ public:
 
 private:
     const std::vector<RowPtr>& seen() const { return show != 0 ? shown_ : rows; }
-    void append(std::vector<Text> values) { rows.push_back(std::make_shared<Row>(Row{std::move(values)})); }
+    void put_in(std::size_t at, int count) {
+        while (count-- > 0)
+            rows.insert(rows.begin() + static_cast<long>(at),
+                        std::make_shared<Row>(Row{std::vector<Text>(fields.size())}));
+    }
     bool store(unsigned row, unsigned field, const Text& text, bool always) {
         const RowPtr r = record(row);
         if (!r || field >= r->values.size()) return false;
@@ -369,37 +353,29 @@ private:
         }
         ids_.clear();
     }
-
     bool in_range(const RowPtr& row, unsigned field) const {
-        const auto [start, end] = pair_of(fields[field].name);
-        const Text& wanted = query_[field];
-        if (start.empty()) return true;  // renamed since
-        const Text from = value_of(row, get_fieldnum(start)), to = value_of(row, get_fieldnum(end));
+        const auto* const pair = kel::range_pair_of(fields[field].name);
+        if (!pair) return true;  // renamed since
+        const Text from = value_of(row, get_fieldnum(Text(pair->start))), &wanted = query_[field];
+        const Text to = value_of(row, get_fieldnum(Text(pair->end)));
         const Text from_part = from.substr(0, wanted.size()), to_part = to.substr(0, wanted.size());
         return !from.empty() && (from_part == wanted || (!to.empty() && wanted >= from_part && wanted <= to_part));
     }
     bool contains(const RowPtr& row, unsigned field) const {
-        const DBFieldTypes::eType type = fields[field].type;
-        Text text = row->values[field], wanted = folded(query_[field]);
-        if (type == 'T') text = time_def(String(text), time_def::kLabelKind).get_punctuated_str().view();
-        text = " " + folded(text) + " ";
-        const auto separates = [type](char c) {
-            return (type == 'T' || type == 't') && (c == ';' || c == '.' || c == ',');
-        };
-        for (Text* part : {&text, &wanted}) std::replace_if(part->begin(), part->end(), separates, ':');
-        const auto in_word = [&](std::size_t at) {
-            return word_only_ != 0 && (kel::is_letter(text[at]) || kel::is_digit(text[at]) || (text[at] & 0x80) != 0);
-        };
-        for (std::size_t at = text.find(wanted, 1); at < text.size() - wanted.size(); at = text.find(wanted, at + 1)) {
-            if (!in_word(at - 1) && !in_word(at + wanted.size())) return true;
-        }
-        return false;
+        const auto type = fields[field].type;
+        String text(row->values[field]);
+        if (type == 'T') text = time_def(text, time_def::kLabelKind).get_punctuated_str();
+        const unsigned flags = type == 'T' || type == 't' ? TextSearch::kTimecode : 0;
+        return kel::Needle(query_[field], flags | (word_only_ != 0 ? TextSearch::kWholeWords : 0)).found_in(text);
+    }
+    void number_names() {
+        for (unsigned i = 0; i < fields.size(); ++i) numbers_.emplace(folded(fields[i].name), i);
     }
 
-    std::map<Text, unsigned> numbers_;  // of fields, by their names in small letters
     std::vector<Text> query_;
     int word_only_ = 0;
-    std::map<Text, int> ids_;  // rows by identifier, as far as they were noted
+    std::map<Text, unsigned> numbers_;  // of fields, by their names in small letters
+    std::map<Text, int> ids_;           // rows by identifier, as far as they were noted
     std::vector<RowPtr> shown_;
     int keys_[2] = {0, -1}, offset_ = 0;
 };

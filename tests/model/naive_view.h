@@ -41,10 +41,18 @@ public:
     unsigned size() const override { return static_cast<unsigned>(entries.size()); }
     bool holds(int position) const { return static_cast<unsigned>(position) < size(); }
     RowPtr record(unsigned row) const override { return row < size() ? base()->record(entries[row].row) : nullptr; }
-    int baseIndex(int row) const override { return holds(row) ? base()->baseIndex(static_cast<int>(at(row).row)) : 0; }
+    int baseIndex(int row) const override { return holds(row) ? base()->baseIndex(base_row(row)) : 0; }
+    int match_record(int row) const override { return holds(row) ? base()->match_record(base_row(row)) : -1; }
     RowPtr operator[](int row) const { return record(static_cast<unsigned>(row)); }
     int find(const RowPtr& row) const {
         return first_where([&](unsigned i) { return row && record(i) == row; });
+    }
+    int set_text(unsigned row, unsigned field, const Text& text) override {
+        return row < size() ? base()->set_text(entries[row].row, field, text) : 0;
+    }
+    using NaiveBase::set_field;
+    int set_field(unsigned row, const Cookie& id) override {
+        return row < size() ? base()->set_field(entries[row].row, id) : 0;
     }
 
     // --- Showing ---
@@ -61,12 +69,10 @@ public:
         return count;
     }
     void displayAllRecords() {
-        remove(0, static_cast<int>(size()));
-        displayRecordsAt(0, static_cast<int>(base()->size()), 0);
+        remove(0, as_int(size()));
+        displayRecordsAt(0, as_int(base()->size()), 0);
     }
-    void displayTaggedRecordsAt(int position) {
-        insert(position, base()->rows_where([this](unsigned row) { return base()->get_tag(row) != 0; }));
-    }
+    void displayTaggedRecordsAt(int position) { insert(position, base()->tagged()); }
     // The first row of the table whose field holds the value; on a base view, the first entry whose record does.
     bool displayMatchAt(const char* field, const char* value, int position) {
         return displayRecordsAt(base_ ? row_with(field, value) : table_->findFirst(field, value, 0), 1, position) == 1;
@@ -88,11 +94,11 @@ public:
         int shown = 0;
         for (unsigned i = 0; i < other.size(); ++i) {
             if (other.record(i) && find(other.record(i)) < 0)
-                shown += displayRecordsAt(static_cast<int>(other.entries[i].row), 1, position + shown);
+                shown += displayRecordsAt(as_int(other.entries[i].row), 1, position + shown);
         }
         return shown;
     }
-    void append(int row) { displayRecordsAt(row, 1, static_cast<int>(size())); }
+    void append(int row) { displayRecordsAt(row, 1, as_int(size())); }
     void clear() { entries.clear(); }
 
     // --- Taking out and deleting ---
@@ -100,7 +106,7 @@ public:
     void remove(int start, int count) {
         if (!holds(start) || count < 0) return;
         const Numbers gone = range(start, count);
-        entries.erase(entries.begin() + start, entries.begin() + start + static_cast<int>(gone.size()));
+        entries.erase(entries.begin() + start, entries.begin() + start + as_int(gone.size()));
         announce_deleted(gone);
     }
     // The message of a base: the k-th number, less k, is the row that goes at that step.
@@ -111,7 +117,7 @@ public:
             const unsigned gone = number - step++;
             for (unsigned i = 0; i < size();) {
                 if (entries[i].row == gone) {
-                    remove(static_cast<int>(i), 1);
+                    remove(as_int(i), 1);
                     any = true;
                     continue;
                 }
@@ -134,81 +140,60 @@ public:
         if (!base_) return in_runs(chosen, [this](unsigned at, unsigned n) { remove(as_int(at), as_int(n)); });
         const Numbers positions = rows_where(chosen);
         take_out(positions);
-        return static_cast<int>(positions.size());
+        return as_int(positions.size());
     }
     int delete_at(const Numbers& positions) {
         return by_runs(positions, [this](unsigned row, unsigned length) { base()->delete_records(row, length); });
     }
-    void deleteRecords(int start, int count) { delete_at(range(start, count)); }
-    int deleteTagged() {
-        return delete_at(rows_where([this](unsigned i) { return entries[i].tag; }));
-    }
-    void delete_records(unsigned start, unsigned count) override { deleteRecords(as_int(start), as_int(count)); }
-    int delete_tagged_records() {
-        removeTagged();
-        return 0;
-    }
-    void set_show_tags_only(int) { removeNonTagged(); }
+    int deleteTagged() { return delete_at(tagged()); }
+    void delete_records(unsigned start, unsigned count) override { delete_at(range(as_int(start), as_int(count))); }
 
-    void insertBlankRecords(int position, int count) {
-        if (count <= 0) return;
-        const auto where = static_cast<std::size_t>(clamped(position));
-        const bool at_end = where == size();
-        const unsigned before = base()->size(), row = at_end ? before : std::min(entries[where].row, before);
+    void insert_records(unsigned at, unsigned count) override {
+        if (count == 0) return;
+        const bool at_end = at >= size();
+        const unsigned before = base()->size(), row = at_end ? before : std::min(entries[at].row, before);
         if (at_end)
-            base()->add_records(count);
+            base()->add_records(as_int(count));
         else
-            base()->insert_records(row, static_cast<unsigned>(count));
+            base()->insert_records(row, count);
         if (base()->size() == before) return;  // refused
-        for (std::size_t i = where; i < size(); ++i) entries[i].row += static_cast<unsigned>(count);
-        displayRecordsAt(static_cast<int>(row), count, position);
+        for (std::size_t i = at; i < size(); ++i) entries[i].row += count;
+        displayRecordsAt(as_int(row), as_int(count), as_int(at));
     }
-    void insert_records(unsigned at, unsigned count) override { insertBlankRecords(as_int(at), as_int(count)); }
     int add_records(int count) override {
-        const auto before = static_cast<int>(size());
-        insertBlankRecords(before, count);
-        return count <= 0 || holds(before) ? before : -1;
+        const unsigned before = size();
+        insert_records(before, static_cast<unsigned>(std::max(count, 0)));
+        return count <= 0 || size() > before ? as_int(before) : -1;
     }
 
-    // --- Through the entries, or of the table ---
+    int delete_tagged_records() { return removeTagged(), 0; }
+
+    // --- Of the table ---
 
     void set_query(const dbrecord* wanted) { table_->set_query(wanted); }
-    int set_fieldname(unsigned field, const char* to) { return table_->set_fieldname(field, to); }
     void set_sortfield(int field) { table_->set_sortfield(field); }
     void set_sort_offset(int to) { table_->set_sort_offset(to); }
-    int set_fieldtype(unsigned field, DBFieldTypes::eType type) { return table_->set_fieldtype(field, type); }
+    int findFirst(const char* field, const char* value, int) {
+        return base_ ? base_->findFirst(field, value, 0) : table_->findFirst(field, value, 0);
+    }
 
-    int set_text(unsigned row, unsigned field, const Text& text) override {
-        return row < size() ? base()->set_text(entries[row].row, field, text) : 0;
-    }
-    int set_id(unsigned row, const Cookie& id) override {
-        return row < size() ? base()->set_id(entries[row].row, id) : 0;
-    }
-    int match_record(int row) const override {
-        return holds(row) ? base()->match_record(static_cast<int>(at(row).row)) : -1;
-    }
-    int findFirst(const char* field, const char* value, int) override { return base()->findFirst(field, value, 0); }
+    // --- Tags and order ---
 
-    // --- Tags ---
+    int tag_matching_records(int) { return tagMatches(0); }
+    int tag_all_different(int field) {
+        tagDuplicates(field);
+        invert_all_tags();
+        return get_num_tags();
+    }
 
     int get_tag(unsigned row) const override { return row < size() && entries[row].tag; }
     void set_tag(unsigned row, int value) override {
         if (row < size()) entries[row].tag = value != 0;
     }
-    int tag_matching_records(int) { return tagMatches(0); }
-    // Tags each entry whose value is that of the first of its run, in this order.
-    int tag_repeats(const Numbers& order, int field) {
-        const auto value = [&](unsigned i) { return folded(value_of(record(i), field)); };
-        int tagged = 0;
-        Text run;
-        for (const unsigned i : order) {
-            const bool repeats = i != order[0] && value(i) == run;
-            if (repeats) set_tag(i, 1);
-            tagged += repeats;
-            run = value(i);
-        }
-        return tagged;
+    void tagBaseFromTags() {
+        for (const Entry& entry : entries) base()->set_tag(entry.row, entry.tag);
     }
+    // Tags each entry whose value is that of the entry before it.
     int tagDuplicatesOrdered(int field) { return tag_repeats(everything(), field); }
     int tagDuplicates(int field) {
         table_->set_sortfield(field);
@@ -218,14 +203,6 @@ public:
                          [&](unsigned a, unsigned b) { return before(record(a), record(b), 1); });
         set_all_tags(0);
         return tag_repeats(order, field);
-    }
-    int tag_all_different(int field) {
-        tagDuplicates(field);
-        invert_all_tags();
-        return get_num_tags();
-    }
-    void tagBaseFromTags() {
-        for (const Entry& entry : entries) base()->set_tag(entry.row, entry.tag);
     }
     void sort(int direction, int plain) {
         table_->prepare(plain);
@@ -237,19 +214,26 @@ public:
     std::vector<Entry> entries;
 
 private:
-    const Entry& at(int position) const { return entries[static_cast<unsigned>(position)]; }
-    int clamped(int position) const { return std::clamp(position, 0, static_cast<int>(size())); }
-    static int as_int(unsigned number) { return static_cast<int>(std::min(number, 2147483647U)); }
-    Numbers everything() const {
-        return rows_where([](unsigned) { return true; });
-    }
+    static int as_int(std::size_t number) { return static_cast<int>(std::min<std::size_t>(number, 2147483647)); }
+    int base_row(int position) const { return static_cast<int>(entries[static_cast<unsigned>(position)].row); }
+    int clamped(int position) const { return std::clamp(position, 0, as_int(size())); }
+    Numbers everything() const { return range(0, as_int(size())); }
     Numbers range(int start, int count) const {
-        return rows_where(
-            [=](unsigned i) { return i >= static_cast<unsigned>(start) && static_cast<int>(i) - start < count; });
+        return rows_where([=](unsigned i) { return i >= static_cast<unsigned>(start) && as_int(i) - start < count; });
+    }
+    int tag_repeats(const Numbers& order, int field) {
+        const auto value = [&](unsigned k) { return folded(value_of(record(order[k]), field)); };
+        int tagged = 0;
+        for (unsigned k = 1; k < order.size(); ++k) {
+            if (value(k) != value(k - 1)) continue;
+            set_tag(order[k], 1);
+            ++tagged;
+        }
+        return tagged;
     }
     void take_out(const Numbers& positions) {
         by_runs(positions, [this](unsigned row, unsigned length) {
-            base_->removeRecordsFromBaseView(static_cast<int>(row), static_cast<int>(length));
+            base_->removeRecordsFromBaseView(as_int(row), as_int(length));
         });
     }
 
@@ -271,9 +255,9 @@ private:
             act(chosen[0].row, length);
             if (chosen.size() < before) continue;
             left.entries.erase(chosen.begin(), chosen.begin() + length);
-            passed_over += static_cast<int>(length);
+            passed_over += as_int(length);
         }
-        return static_cast<int>(positions.size()) - passed_over;
+        return as_int(positions.size()) - passed_over;
     }
     // The first row of the base whose field holds the value.
     int row_with(const Text& field, const Text& value) const {

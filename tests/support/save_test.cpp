@@ -1,18 +1,23 @@
-// A save replaces the file as a whole or leaves it as it was, whatever the system answers and wherever the name leads.
+// A save of a text file, a table, a view or a container replaces the file as a whole or leaves it as it was, whatever
+// the system answers, wherever the name leads and wherever the process dies. A container may be whole at its name with
+// .tmp.
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "keldb/container/qv_container_file.h"
 #include "keldb/support/log.h"
 #include "keldb/support/text_file.h"
+#include "keldb/views/odb_view.h"
 #include "tests/testing/child.h"
 #include "tests/testing/faulty_platform.h"
+#include "tests/testing/table_text.h"
 #include "tests/testing/temp_dir.h"
 
 namespace {
@@ -20,74 +25,148 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 using testing_kit::Fault;
-using testing_kit::FaultyPlatform;
+using testing_kit::kDied;
 using testing_kit::kNobody;
-using testing_kit::TempDir;
+using testing_kit::wide;
 
-constexpr const char* kNew = "new line 1\nnew line 2\n";
+// Each saves always the same and answers whether the save said that it succeeded.
+bool save_text(const std::string& path) { return TextFile::fromBytes("line 1\nline 2\n").save(wide(path), 1); }
 
-bool save_new(const std::string& path) { return TextFile::fromBytes(kNew).save(testing_kit::wide(path), 1); }
+bool save_table(const std::string& path) {
+    keldb table = testing_kit::table_of("Name:a Tag:n | one, | *two, | three,");
+    table.set_filename(wide(path));
+    return table.save_text() == 3;
+}
 
-// A folder as one line of text: "clips:644=old link>clips sub:755/" has a file with its mode and bytes (new stands for
-// kNew), a link and a folder; a ~ behind a mode is a file of somebody else, an @ in a link the folder itself. To make
-// one, "other+clips" is a second name of a file.
-void make(const TempDir& folder, const std::string& text) {
-    std::istringstream entries(text);
-    for (std::string entry; entries >> entry;) {
-        const std::size_t mark = entry.find_first_of(":>+");
-        const std::string path = folder.path(entry.substr(0, mark)), rest = entry.substr(mark + 1);
-        if (entry[mark] == '>') fs::create_symlink(rest[0] == '@' ? folder.path() + rest.substr(1) : rest, path);
-        if (entry[mark] == '+') fs::create_hard_link(folder.path(rest), path);
-        if (entry[mark] != ':') continue;
+bool save_view(const std::string& path) {
+    keldb table = testing_kit::table_of("Name:a | one | two");
+    const ODBView view(&table);
+    view->displayAllRecords();
+    return view->saveAsText(wide(path), false) == 2;
+}
+
+bool save_container(const std::string& path) {
+    bool failed = false;
+    const auto hear = [](const char* text, void* said) {
+        *static_cast<bool*>(said) |= std::string_view(text).starts_with("QVContainerFile");
+    };
+    DBFieldDesc fields[] = {{"Cookie", DBFieldTypes::text}, {}};
+    QVContainerFile::Writer writer(fields);
+    writer.setName("Clips");
+    setLogSink(hear, &failed);
+    writer.save(wide(path));
+    setLogSink([](const char*, void*) {}, nullptr);
+    return !failed;
+}
+
+struct Saving {
+    explicit Saving(bool (*how)(const std::string& path)) : save(how), container(how == save_container) {
+        const testing_kit::TempDir folder;
+        EXPECT_TRUE(save(folder.path("whole")));
+        bytes = testing_kit::file_bytes(folder.path("whole"));
+    }
+    bool (*save)(const std::string& path);
+    bool container;
+    std::string bytes;
+};
+
+// A folder as one line of text: "clips:644=old link>clips pipe| sub:755/" has a file with its mode and bytes (new for
+// what is saved), a link, a pipe and a folder; a ~ behind a mode is a file of somebody else, an @ in a link the folder
+// itself. To make one, "other+clips" is a second name of a file, and a name that is there gets the mode.
+class Folder {
+public:
+    Folder(const Saving& saving, const std::string& text) : saving_(saving) {
+        ::umask(027);
+        fs::permissions(folder_.path(), fs::perms::all);
+        std::istringstream entries(text);
+        for (std::string entry; entries >> entry;) make(entry);
+    }
+    bool save(const std::string& name) const { return saving_.save(name.starts_with('/') ? name : folder_.path(name)); }
+
+    std::string text(bool parts = true) const {  // without parts: without what a process that died was writing
+        std::vector<std::string> entries;
+        for (const auto& entry : fs::recursive_directory_iterator(folder_.path())) {
+            if (parts || entry.path().extension() != ".part") entries.push_back(text_of(entry.path()));
+        }
+        std::sort(entries.begin(), entries.end());
+        std::string all;
+        for (const std::string& entry : entries) all += (all.empty() ? "" : " ") + entry;
+        return all;
+    }
+
+private:
+    void make(const std::string& entry) const {
+        const std::size_t mark = entry.find_first_of(":>+|");
+        const std::string path = folder_.path(entry.substr(0, mark)), rest = entry.substr(mark + 1);
+        EXPECT_TRUE(entry[mark] != '|' || ::mkfifo(path.c_str(), 0640) == 0);
+        if (entry[mark] == '>') fs::create_symlink(rest[0] == '@' ? folder_.path() + rest.substr(1) : rest, path);
+        if (entry[mark] == '+') fs::create_hard_link(folder_.path(rest), path);
+        if (entry[mark] != ':') return;
         if (rest.back() == '/') fs::create_directory(path);
         if (rest.back() != '/') testing_kit::write_file(path, rest.substr(rest.find('=') + 1));
         fs::permissions(path, static_cast<fs::perms>(std::stoi(rest, nullptr, 8)));
         EXPECT_TRUE(rest.find('~') == std::string::npos || ::chown(path.c_str(), kNobody, kNobody) == 0);
     }
-}
-
-std::string text_of(const TempDir& folder) {
-    std::vector<std::string> entries;
-    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
-        const std::string path = entry.path();
+    std::string text_of(const std::string& path) const {
         struct ::stat about {};
         EXPECT_EQ(::lstat(path.c_str(), &about), 0);
         std::ostringstream text;
-        text << path.substr(folder.path().size() + 1);
+        text << path.substr(folder_.path().size() + 1);
+        if (S_ISFIFO(about.st_mode)) return text.str() + '|';
         if (S_ISLNK(about.st_mode)) {
             const std::string to = fs::read_symlink(path);
-            text << '>' << (to.starts_with(folder.path()) ? '@' + to.substr(folder.path().size()) : to);
-        } else {
-            text << ':' << std::oct << (about.st_mode & 07777) << (about.st_uid == ::geteuid() ? "" : "~");
-            const std::string bytes = S_ISDIR(about.st_mode) ? "/" : '=' + testing_kit::file_bytes(path);
-            text << (bytes == std::string("=") + kNew ? "=new" : bytes);
+            return text.str() + '>' + (to.starts_with(folder_.path()) ? '@' + to.substr(folder_.path().size()) : to);
         }
-        entries.push_back(text.str());
+        text << ':' << std::oct << (about.st_mode & 07777) << (about.st_uid == ::geteuid() ? "" : "~");
+        if (S_ISDIR(about.st_mode)) return text.str() + '/';
+        const std::string bytes = testing_kit::file_bytes(path);
+        return text.str() + '=' + (bytes == saving_.bytes ? "new" : bytes);
     }
-    std::sort(entries.begin(), entries.end());
-    std::string all;
-    for (const std::string& entry : entries) all += (all.empty() ? "" : " ") + entry;
-    return all;
-}
 
-class Save : public testing::Test {
-protected:
-    Save() {
-        setLogSink([](const char*, void*) {}, nullptr);  // a folder's flush may fail, and says so
-    }
-    ~Save() override {
-        setLogSink(nullptr, nullptr);
-        ::umask(umask_before_);
-    }
-    const mode_t umask_before_ = ::umask(027);
+    const Saving& saving_;
+    testing_kit::TempDir folder_;
 };
 
-// Saving to "link": where nothing stands, and over a link to an old file.
-constexpr std::pair<const char*, const char*> kScenes[] = {{"", "link:640=new"},
-                                                           {"clips:600=old link>clips", "clips:600=new link>clips"}};
+const std::string kNew = "clips:640=new", kOld = "clips:640=old", kWaiting = "clips.tmp:640=new";
 
-const Fault kFaults[] = {{Fault::kError, EIO},    {Fault::kError, ENOSPC}, {Fault::kError, EINTR},
-                         {Fault::kError, EACCES}, {Fault::kShort},         {Fault::kNone}};
+// What stands where "clips" is saved to, what once that is done, and what else may after a fault in a container's save:
+// one that replaces another stands beside the old, waits alone, and goes to its place.
+const struct {
+    std::string before, after;
+    std::vector<std::string> of_container;
+} kScenes[] = {
+    {"", kNew, {}},
+    {"clips:600=old", "clips:600=new", {"clips.tmp:600=new clips:600=old", "clips.tmp:600=new"}},
+    {"clips.tmp:640=half " + kOld, "clips.tmp:640=half " + kNew, {kWaiting + ' ' + kOld, kWaiting, kNew}},
+    {"clips.tmp:640=half", "clips.tmp:640=half " + kNew, {}},
+    {"clips>real real:640=old",
+     "clips>real real:640=new",
+     {kWaiting + " clips>real real:640=old", kWaiting + " real:640=old", kNew + " real:640=old"}},
+};
+
+struct Save : testing::Test {
+    Save() {
+        setLogSink([](const char*, void*) {}, nullptr);
+    }
+    ~Save() override { setLogSink(nullptr, nullptr); }
+
+    // Calls visit(saving, before, whether that may stand there), which answers how many faults it made.
+    template <class Visit>
+    void sweep(const Visit& visit) {
+        long states = 0;
+        for (const auto how : {save_text, save_table, save_view, save_container}) {
+            const Saving saving(how);
+            for (const auto& [before, after, of_container] : kScenes) {
+                std::vector<std::string> allowed{before, after};
+                if (saving.container) allowed.insert(allowed.end(), of_container.begin(), of_container.end());
+                states += visit(saving, before, [&allowed](const std::string& now) {
+                    return std::find(allowed.begin(), allowed.end(), now) != allowed.end();
+                });
+            }
+        }
+        std::cout << "REL file_fault_states=" << states << '\n';
+    }
+};
 
 // Interrupted and short operations are continued, an owner that cannot be kept is let go; all else fails the save. A
 // write that takes nothing would be tried for ever.
@@ -99,114 +178,131 @@ bool is_overcome(const Fault& fault, const std::string& operation) {
 
 TEST_F(Save, AFaultAtAnyOperationLeavesTheOldFileOrTheNewOne) {
     const std::size_t descriptors = testing_kit::open_descriptors();
-    for (const auto& [before, after] : kScenes) {
-        for (const Fault& fault : kFaults) {
-            bool struck = true;
-            for (long at = 0; struck; ++at) {
-                const TempDir folder;
-                make(folder, before);
-                FaultyPlatform platform(fault, at);
-                bool saved = false;
-                {
-                    const testing_kit::UsePlatform in_place(platform);
-                    saved = save_new(folder.path("link"));
-                }
-                struck = platform.struck();
-                SCOPED_TRACE("operation " + std::to_string(at) + ", " + platform.struck_operation());
-                const auto& log = platform.log();
-                const auto renamed = std::find(log.begin(), log.end(), "rename");
-                const bool overcome = renamed - log.begin() < at || is_overcome(fault, platform.struck_operation());
-                ASSERT_EQ(saved, !struck || overcome);
-                ASSERT_EQ(text_of(folder), saved ? after : before);
-                ASSERT_EQ(testing_kit::open_descriptors(), descriptors);
-                // The bytes are on the disk before the name is theirs, and the name is flushed after.
-                ASSERT_TRUE(!saved || std::find(log.begin(), log.end(), "sync") < renamed);
-                ASSERT_TRUE(!saved || std::find(renamed, log.end(), "open") != log.end());
-                // Nothing is closed twice, nor removed when all goes well.
-                const auto count = [&log](const char* what) { return std::count(log.begin(), log.end(), what); };
-                ASSERT_TRUE(struck || (count("open") == count("close") && count("unlink") == 0));
-            }
+    // A save under the fault at that operation. Returns whether there was one.
+    const auto save_under = [&](const Fault& fault, long at, const Saving& saving, const std::string& before,
+                                const auto& may_stand) {
+        const Folder folder(saving, before);
+        testing_kit::FaultyPlatform platform(fault, at);
+        PlatformService* const whole = setOS(&platform);
+        const bool said = folder.save("clips"), unharmed = !platform.struck();
+        setOS(whole);
+        const std::string now = folder.text(), struck = platform.struck_operation();
+        SCOPED_TRACE(before + ", operation " + std::to_string(at) + ", " + struck);
+        EXPECT_TRUE(may_stand(now)) << now;
+        EXPECT_EQ(said, now.find("=new") != std::string::npos && !now.starts_with("clips.tmp:600=new") &&
+                            !now.starts_with(kWaiting));
+        EXPECT_EQ(testing_kit::open_descriptors(), descriptors);
+        const auto& log = platform.log();
+        const auto place = [&log](const char* what) { return std::find(log.begin(), log.end(), what) - log.begin(); };
+        const auto count = [&log](const char* what) { return std::count(log.begin(), log.end(), what); };
+        // A container that cannot remove the old file, or move the new one to its place, leaves the new one at .tmp;
+        // one that cannot see the old file is written at once.
+        const bool overcome = unharmed || place("rename") < at || is_overcome(fault, struck);
+        const bool moved = saving.container && (struck == "unlink" || struck == "rename");
+        EXPECT_TRUE(said || moved || now == before) << now;
+        EXPECT_TRUE(said == overcome || moved || (saving.container && (struck == "stat" || struck == "readLink")));
+        // The bytes are on the disk before the name is theirs, and the name is flushed after. Nothing is closed twice,
+        // nor removed when all goes well but an old container.
+        EXPECT_TRUE(!said || place("sync") < place("rename"));
+        EXPECT_TRUE(!said || std::find(log.begin() + place("rename"), log.end(), "open") != log.end());
+        EXPECT_TRUE(!unharmed || count("open") == count("close"));
+        EXPECT_TRUE(!unharmed || count("unlink") == (saving.container && before.ends_with("=old") ? 1 : 0));
+        return !unharmed;
+    };
+    sweep([&](const Saving& saving, const std::string& before, const auto& may_stand) {
+        long states = 0;
+        for (const Fault& fault : {Fault{Fault::kError, EIO}, Fault{Fault::kError, EINTR}, Fault{Fault::kError, EACCES},
+                                   Fault{Fault::kShort}, Fault{Fault::kNone}}) {
+            for (long at = 0; save_under(fault, at, saving, before, may_stand) && !HasFailure(); ++at) ++states;
         }
-    }
+        return states;
+    });
 }
 
 // Nor is what stands there meanwhile ever more open than the old file.
 TEST_F(Save, DyingAtAnyOperationLeavesTheOldFileOrTheNewOne) {
-    for (const auto& [before, after] : kScenes) {
-        int status = testing_kit::kDied;
-        for (long at = 0; status == testing_kit::kDied; ++at) {
-            const TempDir folder;
-            make(folder, before);
+    sweep([](const Saving& saving, const std::string& before, const auto& may_stand) {
+        long at = 0;
+        for (int status = kDied; status == kDied && !HasFailure(); ++at) {
+            const Folder folder(saving, before);
             status = testing_kit::in_child([&] {
-                FaultyPlatform platform({Fault::kDie}, at);
+                testing_kit::FaultyPlatform platform({Fault::kDie}, at);
                 const testing_kit::UsePlatform in_place(platform);
-                return save_new(folder.path("link")) ? 0 : 1;
+                return folder.save("clips") ? 0 : 1;
             });
-            const std::string left = testing_kit::file_bytes(folder.path("link"));
-            ASSERT_TRUE(left == (*before ? "old" : "(none)") || left == kNew) << "operation " << at << ": " << left;
-            ASSERT_TRUE(!*before || text_of(folder).find(":640=") == std::string::npos) << text_of(folder);
+            EXPECT_TRUE(status == 0 || status == kDied);
+            EXPECT_TRUE(may_stand(folder.text(false))) << "operation " << at << ": " << folder.text();
+            EXPECT_TRUE(before != "clips:600=old" || folder.text().find(":640=") == std::string::npos);
         }
-        EXPECT_EQ(status, 0);
-    }
+        return at - 1;
+    });
 }
 
 struct Target {
-    std::string before;  // the folder
-    std::string path;
-    std::string after;  // the folder; empty when the save is refused and nothing changes
+    std::string before, name;
+    // The folder afterwards; "" when the save is refused and nothing changes, # where it is not tried, = for the same.
+    std::string after, after_container = "=";
     bool by_nobody = false;
 };
 
-const std::string kAscii(255, 'n');
-const std::string kUtf8 = [] {
-    std::string name = "n";
-    while (name.size() < 255) name += "\xC3\xA9";
-    return name;
-}();
+const std::string k251(251, 'n'), k252(252, 'n'), kUtf8 = k251 + "\xC3\xA9\xC3\xA9";
 
 const Target kTargets[] = {
     {"", "clips", "clips:640=new"},  // as the umask says
-    {"clips:600=old", "clips", "clips:600=new"},
     {"clips:4755=old", "clips", "clips:755=new"},
     {"clips:644=old other+clips", "clips", "clips:644=new other:644=old"},
-    {"clips:644=old link>@/clips", "link", "clips:644=new link>@/clips"},
+    {"clips:644=old link>@/clips", "link", "clips:644=new link>@/clips", "clips:644=old link:644=new"},
     {"clips:644=old one>sub/two sub:755/ sub/two>../clips", "one",
-     "clips:644=new one>sub/two sub/two>../clips sub:755/"},
+     "clips:644=new one>sub/two sub/two>../clips sub:755/", "clips:644=old one:644=new sub/two>../clips sub:755/"},
     {"link>clips", "link", "clips:640=new link>clips"},
     {"link>no/clips", "link", ""},
     {"a>b b>a", "a", ""},
     {"sub:755/", "sub", ""},
     {"", "sub/", ""},
-    {"", "no/clips", ""},
     {"clips:644=old", "clips/x", ""},
     {"", "a\0b"s, ""},
-    {"", kAscii, kAscii + ":640=new"},
+    {"", "/dev/full", "", "#"},
+    {"clips|", "clips", "#", ""},
     {"", kUtf8, kUtf8 + ":640=new"},
-    {"", kAscii + "n", ""},
-    {"", "/dev/full", ""},
+    {"", kUtf8 + "n", ""},
+    {k251 + ":644=old", k251, k251 + ":644=new"},  // the longest name that leaves room for .tmp
+    {k252 + ":644=old", k252, k252 + ":644=new", ""},
+    // A leftover where the temporary should be is replaced, a link there leads nowhere that a save writes; where
+    // nothing is replaced, no temporary is needed.
+    {"clips.tmp:666=old clips:600=old", "clips", "clips.tmp:666=old clips:600=new", "clips:600=new"},
+    {"clips.tmp>other clips:644=old other:644=old", "clips", "clips.tmp>other clips:644=new other:644=old",
+     "clips:644=new other:644=old"},
+    {"clips.tmp| clips:644=old", "clips", "clips.tmp| clips:644=new", ""},
+    {"clips.tmp:755/", "clips", "clips.tmp:755/ clips:640=new"},
     // Somebody else's file needs the right to write, and belongs to who saved it; a group that is not kept gets only
     // what everybody had.
-    {"clips:444=old", "clips", "", true},
-    {"clips:666=old", "clips", "clips:666~=new", true},
-    {"clips:662=old", "clips", "clips:622~=new", true},
-    {"closed:755/ closed/clips:666=old closed:555/", "closed/clips", "", true},
+    {"clips:444=old", "clips", "", "", true},
+    {"clips:662=old", "clips", "clips:622~=new", "=", true},
+    {"closed:755/ closed/clips:666=old closed:555/", "closed/clips", "", "", true},
     {"clips:662~=old", "clips", "clips:662~=new"},  // root gives it back
 };
 
 TEST_F(Save, GoesWhereTheNameLeads) {
-    EXPECT_FALSE(save_new(""));
-    for (const Target& target : kTargets) {
-        SCOPED_TRACE(target.before + ", " + target.path);
-        if (target.by_nobody && ::geteuid() != 0) GTEST_SKIP() << "needs root to be somebody else";
-        const TempDir folder;
-        fs::permissions(folder.path(), fs::perms::all);
-        make(folder, target.before);
-        const std::string made = text_of(folder);
-        const std::string path = target.path.starts_with('/') ? target.path : folder.path(target.path);
-        const auto save = [&] { return save_new(path) ? 0 : 1; };
-        EXPECT_EQ(target.by_nobody ? testing_kit::in_child_without_rights(save) : save(), target.after.empty() ? 1 : 0);
-        EXPECT_EQ(text_of(folder), target.after.empty() ? made : target.after);
+    for (const auto how : {save_text, save_container}) {
+        const Saving saving(how);
+        EXPECT_FALSE(saving.save(""));
+        for (const auto& [before, name, after, after_container, by_nobody] : kTargets) {
+            const std::string& expected = saving.container && after_container != "=" ? after_container : after;
+            if (expected == "#") continue;
+            SCOPED_TRACE(before + ", " + name);
+            if (by_nobody && ::geteuid() != 0) GTEST_SKIP() << "needs root to be somebody else";
+            const Folder folder(saving, before);
+            const std::string made = folder.text();
+            const auto save = [&, &to = name] { return folder.save(to) ? 1 : 0; };
+            EXPECT_EQ(by_nobody ? testing_kit::in_child_without_rights(save) : save(), expected.empty() ? 0 : 1);
+            EXPECT_EQ(folder.text(), expected.empty() ? made : expected);
+        }
     }
+    // Where only the owner may remove, an old container stays, and what was to be saved stays beside it.
+    const Saving container(save_container);
+    const Folder sticky(container, "all:755/ all/clips:666=old all:1777/");
+    EXPECT_EQ(testing_kit::in_child_without_rights([&] { return sticky.save("all/clips") ? 1 : 0; }), 0);
+    EXPECT_EQ(sticky.text(), "all/clips.tmp:666~=new all/clips:666=old all:1777/");
 }
 
 }  // namespace

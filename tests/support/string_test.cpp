@@ -1,5 +1,5 @@
-// A String behaves as the text it holds, whatever its length, however it is shared and wherever an argument lies. Any
-// bytes can be a file name, and come back from a WString as they were.
+// A String behaves as the text it holds, however it is shared and wherever an argument lies; any bytes can be a file
+// name.
 
 #include "keldb/support/string.h"
 
@@ -59,8 +59,7 @@ TEST(String, IsTheTextItHolds) {
             from = random() % (twins[b].size() + 1), length = random() % (twins[b].size() - from + 1);
             const std::size_t kind = twins[a].size() > 5'000 ? 8 : random() % std::size(kSteps);
             kSteps[kind]();
-            ASSERT_EQ(texts[a].view(), twins[a]) << "step of kind " << kind;
-            ASSERT_EQ(texts[b].view(), twins[b]) << "step of kind " << kind;
+            ASSERT_TRUE(texts[a].view() == twins[a] && texts[b].view() == twins[b]) << "step of kind " << kind;
             ASSERT_EQ(texts[a].c_str()[twins[a].size()], 0);
             ASSERT_EQ(texts[a] == texts[b], twins[a] == twins[b]);
             ASSERT_EQ(texts[a] < texts[b], twins[a] < twins[b]);
@@ -68,31 +67,23 @@ TEST(String, IsTheTextItHolds) {
         }
     }
     EXPECT_EQ(live_blocks(), blocks);
-}
-
-TEST(String, CopiesShareOneBlockAndGrowthTakesFew) {
-    const long blocks = live_blocks();
-    String text(std::string(1'000, 'x').c_str());
-    const std::vector<String> copies(50, text);
-    EXPECT_LE(live_blocks() - blocks, 2);  // the text and the vector
-    EXPECT_EQ(copies.back().c_str(), text.c_str());
+    String text;
     int moves = 0;
-    for (int i = 0; i < 100'000; ++i) {
-        const char* before = text.c_str();
+    for (const char* before = nullptr; text.size() < 100'000; moves += text.c_str() != before) {
+        before = text.c_str();
         text += 'x';
-        moves += text.c_str() != before;
     }
-    EXPECT_LT(moves, 40);
+    EXPECT_LT(moves, 40);  // growth takes few blocks
 }
 
 TEST(String, ThreadsMayShareAText) {
     const long blocks = live_blocks();
     {
-        const String text(std::string(100, 's').c_str());
+        const String text(std::string(100, 's').c_str()), shared(text);
+        EXPECT_EQ(shared.c_str(), text.c_str());
         std::atomic<int> ready{0};
         const auto copy = [&ready, text] {
-            ++ready;
-            while (ready < 2) std::this_thread::yield();
+            for (++ready; ready < 2;) std::this_thread::yield();
             for (int i = 0; i < 300'000; ++i) ASSERT_EQ(String(text).size(), 100U);
         };
         std::thread other(copy);
@@ -102,26 +93,19 @@ TEST(String, ThreadsMayShareAText) {
     EXPECT_EQ(live_blocks(), blocks);
 }
 
-// --- WString ---
-
 TEST(FileNames, AnyBytesComeBack) {
-    std::string alphabet;
-    for (int byte = 0; byte < 256; ++byte) alphabet += static_cast<char>(byte);
-    const auto comes_back = [](const std::string& bytes) { ASSERT_EQ(toUTF8(wide(bytes)).view(), bytes); };
-    testing_kit::every_text(alphabet, 2, comes_back);
     // Bytes at the edges of the well-formed ranges.
-    testing_kit::every_text("a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 4, comes_back);
+    testing_kit::every_text("a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 4,
+                            [](const std::string& bytes) { ASSERT_EQ(toUTF8(wide(bytes)).view(), bytes); });
 }
 
 TEST(FileNames, CodePoints) {
     const std::pair<std::string, std::wstring> kCases[] = {
-        {"", L""},
         {"a\0b"s, L"a\0b"s},
         {"\xC2\xA0\xDF\xBF", L"\u00A0\u07FF"},
         {"\xE0\xA0\x80\xE2\x82\xAC\xEF\xBF\xBF", L"\u0800\u20AC\uFFFF"},
         {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\U00010000\U0010FFFF"},
         {"\xC0\x80", L"\xDCC0\xDC80"},                      // an overlong zero
-        {"\xE0\x80\x80", L"\xDCE0\xDC80\xDC80"},            // another
         {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"},            // a surrogate as UTF-8
         {"\xF4\x90\x80\x80", L"\xDCF4\xDC90\xDC80\xDC80"},  // beyond the last code point
         {"\xE2\x82", L"\xDCE2\xDC82"},                      // cut short
@@ -129,37 +113,24 @@ TEST(FileNames, CodePoints) {
     };
     for (const auto& [bytes, text] : kCases) EXPECT_EQ(wide(bytes).text(), text) << bytes;
     EXPECT_EQ(toUTF8(WString(std::wstring(1, static_cast<wchar_t>(0x7FFFFFFF)))), "\xEF\xBF\xBD");
-    EXPECT_TRUE(WStringFromAscii(nullptr).empty());
-    EXPECT_TRUE(WString(L"a.RAK").endsWith(L".RAK"));
+    EXPECT_TRUE(WStringFromAscii(nullptr).empty() && WString(L"a.RAK").endsWith(L".RAK"));
     EXPECT_FALSE(WString(L"a.rak").endsWith(L".RAK") || WString(L"rak").endsWith(L".rak"));
-}
-
-TEST(FileNames, BaseNames) {
-    for (const auto& [path, base] :
-         {std::pair(L"", L""), std::pair(L"Clips.rak", L"Clips"), std::pair(L"/a.b/Clips.v2.rak", L"Clips.v2"),
-          std::pair(L"a/.hidden", L".hidden"), std::pair(L"a/.hidden.rak", L".hidden"), std::pair(L"a.b/c", L"c"),
-          std::pair(L"a/", L""), std::pair(L"Clips.", L"Clips")}) {
-        EXPECT_EQ(stripPathAndExt(path).text(), base) << toUTF8(path).c_str();
-    }
 }
 
 TEST(FileNames, ReachTheSystemUnchanged) {
     const testing_kit::TempDir folder;
     const WString name = wide(folder.path("caf\xE9 \xC3\xA9")), old = wide(folder.path("old"));
-    EXPECT_FALSE(fileExists(name) || fileExists(L""));
     testing_kit::write_file(folder.path("caf\xE9 \xC3\xA9"), "x");
     testing_kit::write_file(folder.path("old"), "old");
     EXPECT_TRUE(fileExists(name) && fileExists(wide(folder.path())));
     EXPECT_TRUE(OS().move(name, old, 0));  // replaces
     EXPECT_EQ(testing_kit::file_bytes(folder.path("old")), "x");
-    EXPECT_FALSE(OS().move(name, wide(folder.path("new")), 0) || OS().remove(name));
+    EXPECT_FALSE(fileExists(name) || OS().move(name, wide(folder.path("new")), 0) || OS().remove(name));
     // A zero byte in a name must not make it another name.
     const WString cut = wide(folder.path("old\0.tmp"s));
     EXPECT_FALSE(fileExists(cut) || OS().remove(cut) || OS().move(cut, name, 0) || OS().move(old, cut, 0));
     EXPECT_TRUE(OS().remove(old));
-    std::filesystem::create_symlink("nowhere", folder.path("dangling"));
-    EXPECT_FALSE(fileExists(wide(folder.path("dangling"))));
-    EXPECT_EQ(testing_kit::names_in(folder.path()), std::vector<std::string>{"dangling"});
+    EXPECT_EQ(testing_kit::names_in(folder.path()), std::vector<std::string>{});
 }
 
 }  // namespace

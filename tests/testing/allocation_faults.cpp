@@ -20,18 +20,9 @@ bool fails(std::size_t bytes) {
     return true;
 }
 
-void* take(std::size_t bytes, std::size_t alignment) {
-    if (fails(bytes)) return nullptr;
-    const std::size_t rounded = (bytes + alignment) / alignment * alignment;
-    void* block = alignment <= alignof(std::max_align_t) ? std::malloc(bytes ? bytes : 1)
-                                                         : std::aligned_alloc(alignment, rounded);
+void* take(std::size_t bytes) noexcept {
+    void* block = fails(bytes) ? nullptr : std::malloc(bytes ? bytes : 1);
     live += block ? 1 : 0;
-    return block;
-}
-
-void* take_or_throw(std::size_t bytes, std::size_t alignment) {
-    void* block = take(bytes, alignment);
-    if (!block) throw std::bad_alloc();
     return block;
 }
 
@@ -71,29 +62,17 @@ bool AllocationFaults::struck() const { return fault_struck; }
 
 }  // namespace testing_kit
 
-constexpr std::size_t kUsual = alignof(std::max_align_t);
-
-void* operator new(std::size_t n) { return take_or_throw(n, kUsual); }
-void* operator new[](std::size_t n) { return take_or_throw(n, kUsual); }
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return take(n, kUsual); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return take(n, kUsual); }
-void* operator new(std::size_t n, std::align_val_t a) { return take_or_throw(n, static_cast<std::size_t>(a)); }
-void* operator new[](std::size_t n, std::align_val_t a) { return take_or_throw(n, static_cast<std::size_t>(a)); }
-void* operator new(std::size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-    return take(n, static_cast<std::size_t>(a));
+void* operator new(std::size_t n) {
+    void* block = take(n);
+    if (!block) throw std::bad_alloc();
+    return block;
 }
-void* operator new[](std::size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-    return take(n, static_cast<std::size_t>(a));
-}
+void* operator new[](std::size_t n) { return operator new(n); }
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return take(n); }
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return take(n); }
 void operator delete(void* p) noexcept { give_back(p); }
 void operator delete[](void* p) noexcept { give_back(p); }
 void operator delete(void* p, std::size_t) noexcept { give_back(p); }
 void operator delete[](void* p, std::size_t) noexcept { give_back(p); }
 void operator delete(void* p, const std::nothrow_t&) noexcept { give_back(p); }
 void operator delete[](void* p, const std::nothrow_t&) noexcept { give_back(p); }
-void operator delete(void* p, std::align_val_t) noexcept { give_back(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { give_back(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { give_back(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { give_back(p); }
-void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { give_back(p); }
-void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { give_back(p); }

@@ -1,5 +1,5 @@
-// Allocation that fails on demand: in every form of `new` and in the platform service. A program that includes this
-// header allocates through the operators and the service of allocation_faults.cpp.
+// Allocation that fails on demand: in every `new` of ordinary alignment and in the platform service. A program that
+// uses this header allocates through the operators and the service of allocation_faults.cpp.
 //
 //     const std::string wrong = sweep_allocations([] { work(); }, [] { return check(); });
 //     EXPECT_EQ(wrong, "");

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "keldb/support/cookie.h"
@@ -16,11 +17,32 @@
 
 namespace testing_kit {
 
+struct Callback : NotifyCallback {
+    explicit Callback(std::function<void(const NotifyMsg&)> f) : act(std::move(f)) {}
+    int call(const NotifyMsg& message) override { return act(message), 0; }
+    std::function<void(const NotifyMsg&)> act;
+};
+
+inline Qv::Ptr<Qv::Guard> listen(Notifier& announcer, int type, std::function<void(const NotifyMsg&)> act) {
+    return announcer.registerNotification(Qv::Ptr<NotifyCallback>(new Callback(std::move(act))), type);
+}
+
 class Announcements {
 public:
     explicit Announcements(Notifier& announcer) : announcer_(announcer) {
-        listen(&Announcements::deleted, kel::records_deleted_type(), guards_[0]);
-        listen(&Announcements::changed, kel::records_changed_type(), guards_[1]);
+        guards_[0] = listen(announcer, kel::records_deleted_type(), [this](const auto& message) {
+            std::string text(message.text().view());
+            const bool usual = text.ends_with(' ') && !message.payload();
+            if (usual) text.pop_back(), std::replace(text.begin(), text.end(), ' ', ',');
+            add((usual ? "-" : "?") + text);
+        });
+        guards_[1] = listen(announcer, kel::records_changed_type(), [this](const auto& message) {
+            std::string text = "!" + std::string(message.text().view());
+            const auto* const ids = dynamic_cast<const WrappedData<CookieVec>*>(message.payload().get());
+            for (std::size_t i = 0; ids && i < ids->data().size(); ++i)
+                text += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
+            add(text);
+        });
     }
     ~Announcements() {
         for (const auto& guard : guards_) announcer_.deregisterNotification(guard);
@@ -32,32 +54,7 @@ public:
     std::string take() { return std::exchange(heard_, {}); }
 
 private:
-    using Method = int (Announcements::*)(const NotifyMsg&);
-    void listen(Method method, int type, Qv::Ptr<Qv::Guard>& guard) {
-        const Qv::Ptr<NotifyCallback> callback(new MethodCallback<Announcements, NotifyMsg, int>(this, method));
-        guard = announcer_.registerNotification(callback, type);
-    }
-    int add(const std::string& text) {
-        heard_ += (heard_.empty() ? "" : " ") + text;
-        return 0;
-    }
-    int deleted(const NotifyMsg& message) {
-        std::string text(message.text().view());
-        const bool usual =
-            text.ends_with(' ') && text.find_first_not_of("0123456789 ") == std::string::npos && !message.payload();
-        if (!usual) return add("?" + text);
-        text.pop_back();
-        std::replace(text.begin(), text.end(), ' ', ',');
-        return add("-" + text);
-    }
-    int changed(const NotifyMsg& message) {
-        std::string text = "!" + std::string(message.text().view());
-        const auto* const ids = dynamic_cast<const WrappedData<CookieVec>*>(message.payload().get());
-        for (std::size_t i = 0; ids && i < ids->data().size(); ++i) {
-            text += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
-        }
-        return add(text);
-    }
+    void add(const std::string& text) { heard_ += (heard_.empty() ? "" : " ") + text; }
 
     Notifier& announcer_;
     Qv::Ptr<Qv::Guard> guards_[2];

@@ -1,9 +1,5 @@
-// A platform service whose n-th file operation fails as a broken disk, a full one or a dying machine would fail it.
-//
-//     FaultyPlatform platform({Fault::kError, ENOSPC}, 3);   // operations 0, 1, 2 work, 3 fails, all later ones work
-//     UsePlatform in_place(platform);
-//
-// A sweep raises n until `struck()` stays false: then the work has been done once without any fault.
+// A platform service whose n-th file operation fails as a broken disk, a full one or a dying machine would fail it. A
+// sweep raises n until `struck()` stays false: then the work has been done once without any fault.
 #ifndef KELDB_TESTS_TESTING_FAULTY_PLATFORM_H
 #define KELDB_TESTS_TESTING_FAULTY_PLATFORM_H
 
@@ -31,6 +27,8 @@ struct Fault {
 constexpr int kDied = 77;
 
 class FaultyPlatform : public PlatformService {
+    using Base = PlatformService;
+
 public:
     explicit FaultyPlatform(Fault fault = {}, long at = -1) : fault_(fault), at_(at) {}
 
@@ -39,41 +37,33 @@ public:
     std::string struck_operation() const { return struck_ ? log_[static_cast<std::size_t>(at_)] : "nothing"; }
 
     int open(const char* path, int flags, mode_t mode) override {
-        return fails("open") ? -1 : PlatformService::open(path, flags, mode);
+        return fails("open") ? -1 : Base::open(path, flags, mode);
     }
     ssize_t read(int file, void* buffer, std::size_t bytes) override {
-        return fails("read") ? -1 : PlatformService::read(file, buffer, part_of(bytes));
+        return fails("read") ? -1 : Base::read(file, buffer, part_of(bytes));
     }
     ssize_t write(int file, const void* buffer, std::size_t bytes) override {
-        return fails("write") ? -1 : PlatformService::write(file, buffer, part_of(bytes));
+        return fails("write") ? -1 : Base::write(file, buffer, part_of(bytes));
     }
-    int sync(int file) override { return fails("sync") ? -1 : PlatformService::sync(file); }
+    int sync(int file) override { return fails("sync") ? -1 : Base::sync(file); }
     int close(int file) override {
         const bool failing = fails("close");
         const int error = errno;
-        const int result = PlatformService::close(file);
+        const int result = Base::close(file);
         errno = failing ? error : errno;
         return failing ? -1 : result;
     }
-    int stat(const char* path, struct ::stat* out) override {
-        return fails("stat") ? -1 : PlatformService::stat(path, out);
-    }
-    int fileStat(int file, struct ::stat* out) override {
-        return fails("fileStat") ? -1 : PlatformService::fileStat(file, out);
-    }
-    int changeMode(int file, mode_t mode) override {
-        return fails("changeMode") ? -1 : PlatformService::changeMode(file, mode);
-    }
+    int stat(const char* path, struct ::stat* out) override { return fails("stat") ? -1 : Base::stat(path, out); }
+    int fileStat(int file, struct ::stat* out) override { return fails("fileStat") ? -1 : Base::fileStat(file, out); }
+    int changeMode(int file, mode_t mode) override { return fails("changeMode") ? -1 : Base::changeMode(file, mode); }
     int changeOwner(int file, uid_t owner, gid_t group) override {
-        return fails("changeOwner") ? -1 : PlatformService::changeOwner(file, owner, group);
+        return fails("changeOwner") ? -1 : Base::changeOwner(file, owner, group);
     }
-    int access(const char* path, int how) override { return fails("access") ? -1 : PlatformService::access(path, how); }
-    int rename(const char* from, const char* to) override {
-        return fails("rename") ? -1 : PlatformService::rename(from, to);
-    }
-    int unlink(const char* path) override { return fails("unlink") ? -1 : PlatformService::unlink(path); }
+    int access(const char* path, int how) override { return fails("access") ? -1 : Base::access(path, how); }
+    int rename(const char* from, const char* to) override { return fails("rename") ? -1 : Base::rename(from, to); }
+    int unlink(const char* path) override { return fails("unlink") ? -1 : Base::unlink(path); }
     ssize_t readLink(const char* path, char* buffer, std::size_t bytes) override {
-        return fails("readLink") ? -1 : PlatformService::readLink(path, buffer, bytes);
+        return fails("readLink") ? -1 : Base::readLink(path, buffer, bytes);
     }
 
 private:
@@ -81,17 +71,13 @@ private:
         now_ = static_cast<long>(log_.size()) == at_;
         log_.push_back(operation);
         struck_ = struck_ || now_;
-        if (now_ && fault_.kind == Fault::kDie) {
-            ::_exit(kDied);
-        }
-        if (now_ && fault_.kind == Fault::kError) {
-            errno = fault_.code;
-            return true;
-        }
-        return false;
+        if (now_ && fault_.kind == Fault::kDie) ::_exit(kDied);
+        if (!now_ || fault_.kind != Fault::kError) return false;
+        errno = fault_.code;
+        return true;
     }
     std::size_t part_of(std::size_t bytes) const {
-        return !now_ ? bytes : fault_.kind == Fault::kShort ? (bytes + 1) / 2 : fault_.kind == Fault::kNone ? 0 : bytes;
+        return now_ && fault_.kind == Fault::kShort ? (bytes + 1) / 2 : now_ && fault_.kind == Fault::kNone ? 0 : bytes;
     }
 
     Fault fault_;

@@ -29,24 +29,9 @@ inline std::vector<std::string> pieces(std::string_view text, char separator) {
     }
 }
 
-inline std::string_view trimmed(std::string_view text) {
-    return kel::skip_trailing_space(kel::skip_leading_space(text));
-}
-
-inline std::vector<DBFieldDesc> fields_of(std::string_view header) {
-    std::vector<DBFieldDesc> fields;
-    for (std::string& field : pieces(trimmed(header), ' ')) {
-        if (field.size() < 2) continue;
-        std::string name = field.substr(0, field.size() - 2);
-        std::replace(name.begin(), name.end(), '~', ' ');
-        fields.push_back({String(name), static_cast<DBFieldTypes::eType>(static_cast<unsigned char>(field.back()))});
-    }
-    return fields;
-}
-
 // Appends the record of that text to the table.
 inline void add_record(keldb& table, std::string_view text) {
-    text = trimmed(text);
+    text = kel::skip_trailing_space(kel::skip_leading_space(text));
     const auto row = static_cast<unsigned>(table.add_records(1));
     if (text.starts_with('*')) {
         table.set_tag(row, 1);
@@ -59,7 +44,15 @@ inline void add_record(keldb& table, std::string_view text) {
 // A table of that text, with all changed flags clear and no parameters.
 inline keldb table_of(std::string_view text) {
     const std::vector<std::string> parts = pieces(text, '|');
-    keldb table(fields_of(parts[0]));
+    std::vector<DBFieldDesc> fields;
+    for (std::string& field : pieces(parts[0], ' ')) {
+        if (field.size() < 2) continue;
+        const auto type = static_cast<DBFieldTypes::eType>(static_cast<unsigned char>(field.back()));
+        field.erase(field.size() - 2);
+        std::replace(field.begin(), field.end(), '~', ' ');
+        fields.push_back({String(field), type});
+    }
+    keldb table(fields);
     for (std::size_t i = 1; i < parts.size(); ++i) add_record(table, parts[i]);
     table.clear_changed();
     return table;

@@ -43,20 +43,11 @@ inline std::unique_ptr<char[]> exact_copy(std::string_view text) {
 
 // Calls visit(text) for every text of `length` characters of `alphabet` (which may hold zero bytes).
 template <class Visit>
-void every_text(std::string_view alphabet, std::size_t length, const Visit& visit) {
-    std::vector<std::size_t> digits(length, 0);
-    std::string text(length, length ? alphabet[0] : ' ');
-    for (;;) {
-        visit(static_cast<const std::string&>(text));
-        std::size_t i = 0;
-        while (i < length && digits[i] + 1 == alphabet.size()) {
-            digits[i] = 0;
-            text[i++] = alphabet[0];
-        }
-        if (i == length) {
-            return;
-        }
-        text[i] = alphabet[++digits[i]];
+void every_text(std::string_view alphabet, std::size_t length, const Visit& visit, const std::string& start = "") {
+    if (start.size() == length) {
+        visit(start);
+    } else {
+        for (const char c : alphabet) every_text(alphabet, length, visit, start + c);
     }
 }
 

@@ -41,20 +41,11 @@ inline ODBView subview_showing(const ODBView& base, std::string_view positions) 
     return view;
 }
 
-template <class Piece>
-std::string joined(const ODBViewRep& view, const Piece& piece) {
-    std::string text;
-    for (int i = 0; i < view.size(); ++i) text += (i == 0 ? "" : " ") + piece(i);
-    return text;
-}
 inline std::string rows(const ODBViewRep& view) {
-    return joined(view, [&](int i) { return std::to_string(view.recRef(i)->row) + (view.recRef(i)->tag ? "*" : ""); });
-}
-// The first value of each entry's record; "-" for an entry without one.
-inline std::string names(const ODBViewRep& view) {
-    return joined(view, [&](int i) {
-        return view[i] ? std::string(view[i]->field_text(0)) + (view.recRef(i)->tag ? "*" : "") : "-";
-    });
+    std::string text;
+    for (int i = 0; i < view.size(); ++i)
+        text += (i == 0 ? "" : " ") + std::to_string(view.recRef(i)->row) + (view.recRef(i)->tag ? "*" : "");
+    return text;
 }
 
 }  // namespace testing_kit

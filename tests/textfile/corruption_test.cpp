@@ -48,6 +48,9 @@ struct Corruption : testing::Test {
         testing_kit::load_bytes(table, bytes, false, &report);
         const PlainTable damaged(table);
         if (!damaged.valid) return;
+        const bool silent = table.is_error() == 0 && damaged.records.size() < original.records.size();
+        silent_losses += silent ? 1 : 0;
+        unreported += silent && report.findings.empty() ? 1 : 0;
         const auto place = std::mismatch(kFile.begin(), kFile.end(), bytes.begin(), bytes.end()).first;
         const long whole = std::count(kFile.begin(), place, '\n') - kHeaderLines;
         const auto kept = [whole](const PlainTable& t) {
@@ -55,9 +58,6 @@ struct Corruption : testing::Test {
             return std::tuple(t.parameters, t.fields, std::vector(t.records.begin(), end));
         };
         EXPECT_TRUE(whole < 0 || kept(damaged) == kept(original)) << bytes;
-        const bool silent = table.is_error() == 0 && damaged.records.size() < original.records.size();
-        silent_losses += silent ? 1 : 0;
-        unreported += silent && report.findings.empty() ? 1 : 0;
     }
 
     const PlainTable original = testing_kit::loaded(kFile);
@@ -69,18 +69,16 @@ TEST_F(Corruption, OfTheEnd) {
     for (std::size_t length = 0; length < kFile.size(); ++length) check(kFile.substr(0, length));
 }
 
-TEST_F(Corruption, OfABit) {
-    for (std::size_t bit = 0; bit < kFile.size() * 8; ++bit) {
-        std::string bytes = kFile;
-        bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << bit % 8));
-        check(bytes);
-    }
-}
-
 TEST_F(Corruption, OfAByte) {
     for (std::size_t place = 0; place < kFile.size(); ++place) {
+        std::string changed = kFile;
+        for (int bit = 0; bit < 8; ++bit) {
+            changed[place] = static_cast<char>(kFile[place] ^ (1 << bit));
+            check(changed);
+        }
         for (const char c : {'\0', '\x80', '\xFF', '"', ',', '\n', ' ', '\\'}) {
-            check(std::string(kFile).replace(place, 1, 1, c));
+            changed[place] = c;
+            check(changed);
         }
         check(std::string(kFile).erase(place, 1));
         check(std::string(kFile).insert(place, 1, kFile[place]));

@@ -1,13 +1,17 @@
-// Splitting a line of a table file into values, and one of a comma-separated file into pieces.
+// Splitting a line of a table file into values, and one of a comma-separated file into pieces; quoting; and the steps
+// of sixteen bytes that they take.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "keldb/support/ascii.h"
+#include "keldb/textfile/byte_steps.h"
 #include "keldb/textfile/csv_splitter.h"
 #include "keldb/textfile/line_splitter.h"
+#include "keldb/textfile/value_quoting.h"
 #include "tests/testing/texts.h"
 
 namespace {
@@ -78,16 +82,47 @@ TEST(LineSplitter, AgreesWithTheNaiveRulesOnEveryShortLine) {
     }
 }
 
+std::string quoted(const std::string& value) {
+    const auto bytes = testing_kit::exact_copy(value);
+    const auto to = std::make_unique<char[]>(kel::quoted_room(value.size()) + kel::kQuotingSpill);
+    return std::string(to.get(), kel::put_quoted(to.get(), {bytes.get(), value.size()}, value.size()));
+}
+
+std::string naive_quoted(const std::string& value) {
+    std::string text = "\"";
+    for (const char c : value) text += c == '"' ? "\"\"" : c == '\n' ? "\\n" : c == '\r' ? "" : std::string(1, c);
+    return text + '"';
+}
+
 // Short pieces around the width of what the splitter looks at in one step, and values around the longest.
 TEST(LineSplitter, AgreesWithTheNaiveRulesAcrossLengths) {
-    for (const char* care : {"", "\"\"", "\"", "\\n", "\\", ",", " ", "\n", "\x80"}) {
-        for (const std::size_t length : {0U, 5U, 6U, 7U, 8U, 9U, 15U, 16U, 17U, 4093U, 4094U, 4095U, 4096U, 4097U}) {
+    for (const char* care : {"", "\"\"", "\"", "\\n", "\\", ",", " ", "\n", "\x80", "\r"}) {
+        for (const std::size_t length : {0U, 5U, 6U, 7U, 8U, 9U, 15U, 16U, 17U, 30U, 4093U, 4094U, 4095U, 4096U}) {
             for (const std::size_t place : {std::size_t{0}, length / 2, length}) {
                 const std::string text = std::string(length, 'x').insert(place, care);
+                ASSERT_EQ(quoted(text), naive_quoted(text)) << care << ' ' << length << ' ' << place;
                 for (const std::string& line : {'"' + text + "\",\"b\"", '"' + text + '"', text + ",b", '"' + text}) {
                     ASSERT_EQ(split(line), naive_split(line)) << care << ' ' << length << ' ' << place;
                 }
             }
+        }
+    }
+}
+
+TEST(ByteSteps, BothKindsCopyAndFindTheFirstWantedByte) {
+    for (const char c : std::string("\"\n\r!#a,\0\x8A\xA2\x0B", 11)) {
+        for (std::size_t place = 0; place < kel::kStepBytes * kel::kStepBytes; ++place) {
+            std::string text(kel::kStepBytes, 'x');
+            text[place % kel::kStepBytes] = '"';
+            text[place / kel::kStepBytes] = c;
+            const auto agrees = [&text](const auto& step) {
+                char copy[kel::kStepBytes];
+                step.copy_to(copy);
+                return std::string(copy, sizeof copy) == text &&
+                       step.template first_of<'"', '\n', '\r'>() ==
+                           std::min(text.find_first_of("\"\n\r"), kel::kStepBytes);
+            };
+            ASSERT_TRUE(agrees(kel::PlainStep(text.data())) && agrees(kel::ByteStep(text.data()))) << text;
         }
     }
 }

@@ -1,8 +1,9 @@
-// What a view answers as a table: over a table, over another view, and detached.
+// What a view answers as a table (over a table, over another view, and detached), and what it shows and tags.
 #include <gtest/gtest.h>
 
 #include <memory>
 
+#include "tests/testing/announcements.h"
 #include "tests/testing/views_text.h"
 
 namespace {
@@ -10,18 +11,10 @@ namespace {
 using namespace testing_kit;
 
 std::string shown(const char* text) { return text ? text : "null"; }
-std::string shown(const String& text) { return std::string(text.view()); }
+std::string shown(const String& text) { return text.c_str(); }
 std::string shown(const dbrecord* record) { return record ? text_of(*record) : "null"; }
-template <class Number>
-requires(std::is_arithmetic_v<Number> || std::is_enum_v<Number>) std::string shown(Number number) {
-    return std::to_string(static_cast<long long>(number));
-}
-template <class... Values>
-std::string line(const Values&... values) {
-    std::string text;
-    ((text += shown(values) + ' '), ...);
-    return text + '\n';
-}
+std::string shown(double number) { return std::to_string(static_cast<long>(number)); }
+std::string line(const auto&... values) { return ((shown(values) + ' ') + ...) + '\n'; }
 
 // What is stored by reading field 1.
 template <class T>
@@ -34,21 +27,20 @@ std::string answers(ODBViewRep& v) {
     static int keys[2];
     keys[0] = 99, keys[1] = -1;
     const std::unique_ptr<dbrecord> blank(v.make_dummy_record());
-    std::string text = line(v.get_num_records(), v.get_record(1), v.get_record(3), v.get_record(~0U), blank.get()) +
-                       line(v.getField(0, 0), v.getField(3, 0), v.getField(0, 65536)) +
+    std::string text = line(v.get_record(1), v.get_record(3), v.get_record(~0U), blank.get(), v.getField(0, 65536)) +
                        line(v.get_num_fields(), v.get_fieldname(1), v.get_fieldname(3), v.get_fieldnum("NUM"),
                             v.get_fieldnum("x"), v.get_fieldsize(1), v.get_field_type(1), v.get_fieldtype(0)) +
                        line(read(v, 0, false), read(v, 1, 77.0), read(v, 2, 77), read(v, 3, 77));
     v.set_filename(L"x");
     v.set_param_val("New", "y");
     text += line(v.get_filename() == L"x", !v.odb() || v.odb()->get_filename().empty()) +
-            line(v.add_param("keldb", "x"), v.add_param(nullptr, "x"), v.add_param("n", nullptr), v.add_param("", "x"));
-    text += line(v.get_param_val("KELDB"), v.get_param_val("new"), v.get_param_val(nullptr), v.get_param_val("z"));
+            line(v.add_param("keldb", "x"), v.add_param(nullptr, "x"), v.get_param_val("KELDB"), v.get_param_val("new"),
+                 v.get_param_val(nullptr), v.get_param_val("z"));
     v.set_sortfield(0), v.set_sort_offset(0), v.set_query(nullptr);
     v.set_sortfields(keys);
     v.sortPrepare(1, 0);
-    text += line(keys[0], v.set_fieldname(0, "N"), v.set_fieldtype(0, DBFieldTypes::date), v.get_valid());
-    text += line(v.findViewIndexForBaseRow(5), v.findViewIndexForBaseRow(1ULL << 32 | 5), v.find(nullptr), v.find(v[1]),
+    text += line(keys[0], v.set_fieldname(0, "N"), v.set_fieldtype(0, DBFieldTypes::date), v.get_valid()) +
+            line(v.findViewIndexForBaseRow(5), v.findViewIndexForBaseRow(1ULL << 32 | 5), v.find(nullptr), v.find(v[1]),
                  v.member(v[2]), v.recRef(3) == nullptr, v.recRef(-1) == nullptr);
     v.delete_records(~0U, 1);  // 2^31 and more is beyond the end
     v.delete_records(1, ~0U);
@@ -66,15 +58,48 @@ TEST(ViewAsTable, DoesWhatEachOperationSays) {
         const ODBView below = view_showing(table, "0 1 2 3 4 5");
         const ODBView view = stacked ? subview_showing(below, "4 1* 5") : view_showing(table, "4 1* 5");
         EXPECT_EQ(answers(*view),
-                  "3 *b,11,M1 null null ,, \ne   \n3 Num  1 -1 3 108 97 \n1 11 15 77 \n1 1 \n0 -1 -1 -1 \n"
-                  "x y null null \n-1 1 1 1 \n2 -1 -1 1 1 1 1 \n3 4\n1 \n0 1 \n")
+                  "*b,11,M1 null null ,,  \n3 Num  1 -1 3 108 97 \n1 11 15 77 \n1 1 \n0 -1 x y null null \n"
+                  "-1 1 1 1 \n2 -1 -1 1 1 1 1 \n3 4\n1 \n0 1 \n")
             << stacked;
         EXPECT_TRUE(view->ok() && below->ok() && table.ok());
     }
-    const ODBView detached(static_cast<keldb*>(nullptr));
-    EXPECT_EQ(answers(*detached),
-              "0 null null null null \n   \n0 null null 0 0 0 0 0 \n0 77 77 77 \n1 1 \n0 -1 -1 -1 \n"
-              "x y null null \n99 0 0 0 \n-1 -1 -1 -1 0 1 1 \n\n0 \n0 0 \n");
+    EXPECT_EQ(answers(*ODBView(static_cast<keldb*>(nullptr))),
+              "null null null null  \n0 null null 0 0 0 0 0 \n0 77 77 77 \n1 1 \n0 -1 x y null null \n"
+              "99 0 0 0 \n-1 -1 -1 -1 0 1 1 \n\n0 \n0 0 \n");
+}
+
+TEST(ViewTags, FollowTheRules) {
+    const struct {
+        const char* shows;
+        void (*act)(ODBViewRep& v);
+        const char *left, *sent;
+    } kCases[] = {
+        {"1* 0 4 2* 0", [](auto& v) { v.tagDuplicates(0); }, "1 0 4 2* 0*", ""},
+        {"1* 9*", [](auto& v) { v.tagBaseFromTags(), v.displayAllRecordsWithBaseTagStatus(); }, "0 1* 2 3* 4", "-0,1"},
+        {"0", [](auto& v) { v.setupViewTagsFromKeldbTagField(); }, "0* 1 2 3* 4", "-0"},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.shows);
+        keldb table = table_of("Name:a Tag:a | a,1 | *b, | a,0 | *d,7 | ,x");
+        ODBViewRep view(&table);  // nobody holds it, and it lives on
+        show(view, c.shows);
+        Announcements sent(view);
+        c.act(view);
+        EXPECT_EQ(rows(view), c.left);
+        EXPECT_EQ(sent.take(), c.sent);
+    }
+}
+
+TEST(ViewEntries, OfASetOfIdentifiersAndOfNothing) {
+    keldb table = table_of("Name:a Cookie:a | a,M0 | b,M1 | c,M2 | d,M3"), other = lettered_table(2);
+    const ODBView view(&table), whole = view_showing(table, "0 1"), elsewhere = view_showing(other, "1");
+    CookieSet ids;
+    for (const char* id : {"M3", "M0", "x", "M3"}) ids.add(Cookie(id, false));
+    EXPECT_EQ(view->displayRecordsAt(ids, 0), 2);
+    for (const ODBView& from : {ODBView(), elsewhere, subview_showing(whole, "1")})
+        EXPECT_EQ(view->displayAllFromAt(from, 0), 0);
+    EXPECT_FALSE(view->displayMatchAt("Name", nullptr, 0) || view->displayMatchAt(nullptr, "a", 0));
+    EXPECT_EQ(rows(*view), "0 3");
 }
 
 }  // namespace
