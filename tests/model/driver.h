@@ -58,6 +58,7 @@ public:
     };
 
     explicit Driver(std::string_view program) : bytes(program) {}
+    ~Driver() { slots.clear(); }  // views go before what they stand on
     Outcome run(const std::vector<Kind>& kinds) {
         Outcome outcome;
         Text now = "start";
