@@ -11,6 +11,7 @@
 #include "keldb/fieldmap/field_map.h"
 #include "keldb/table/keldb.h"
 #include "keldb/views/odb_view.h"
+#include "same_records.h"
 
 namespace {
 
@@ -26,16 +27,6 @@ void print(const char* title, const ODBView& view, const FieldMap& columns) {
         }
         std::printf("\n");
     }
-}
-
-bool same_records(const keldb& a, const keldb& b) {
-    if (a.get_num_records() != b.get_num_records() || a.get_num_fields() != b.get_num_fields()) return false;
-    for (unsigned row = 0; row < a.get_num_records(); ++row) {
-        for (unsigned field = 0; field < a.get_num_fields(); ++field) {
-            if (a[row].field_text(field) != b[row].field_text(field)) return false;
-        }
-    }
-    return true;
 }
 
 }  // namespace

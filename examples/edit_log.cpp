@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "keldb/table/keldb.h"
+#include "same_records.h"
 
 namespace {
 
@@ -45,16 +46,6 @@ void add_clip(keldb& log, const char* id, const char* name, const char* start) {
     log.set_field(row, kCookie, id);
     log.set_field(row, kName, name);
     log.set_field(row, kStart, start);
-}
-
-bool same_records(const keldb& a, const keldb& b) {
-    if (a.get_num_records() != b.get_num_records() || a.get_num_fields() != b.get_num_fields()) return false;
-    for (unsigned row = 0; row < a.get_num_records(); ++row) {
-        for (unsigned field = 0; field < a.get_num_fields(); ++field) {
-            if (a[row].field_text(field) != b[row].field_text(field)) return false;
-        }
-    }
-    return true;
 }
 
 }  // namespace

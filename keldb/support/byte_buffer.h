@@ -30,8 +30,8 @@ public:
     std::size_t size() const noexcept { return size_; }
     std::string_view view() const noexcept { return {bytes_.get(), size_}; }
 
-    // Where the next bytes go: at least `bytes` of room behind the last one. They count once `take` says
-    // so. When memory is out, std::bad_alloc is raised and nothing has changed.
+    // Where the next bytes go: at least `bytes` of room behind the last one. They count once `take` says so. When
+    // memory is out, std::bad_alloc is raised and nothing has changed.
     char* room(std::size_t bytes) {
         if (bytes > room_ - size_) bytes_ = grown(bytes);
         return bytes_.get() + size_;
@@ -41,9 +41,7 @@ public:
     // The text may lie in this very buffer. Strong, as above.
     void append(std::string_view text) {
         std::unique_ptr<char[]> before;  // freed once the text is copied
-        if (text.size() > room_ - size_) {
-            before = std::exchange(bytes_, grown(text.size()));
-        }
+        if (text.size() > room_ - size_) before = std::exchange(bytes_, grown(text.size()));
         if (!text.empty()) std::memcpy(bytes_.get() + size_, text.data(), text.size());
         size_ += text.size();
     }
