@@ -1,35 +1,30 @@
 // Runs a fuzz target over saved inputs: every file named on the command line, and every file in the folders named
 // there. Ends with 1 when nothing was found to run, so that a lost corpus is noticed.
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <vector>
+
+#include "tests/testing/temp_dir.h"
+#include "tests/testing/texts.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int count, char** names) {
-    std::vector<std::filesystem::path> found;
-    for (int i = 1; i < count; ++i) {
-        if (!std::filesystem::is_directory(names[i])) {
-            found.emplace_back(names[i]);
-            continue;
-        }
-        for (const auto& entry : std::filesystem::directory_iterator(names[i])) found.push_back(entry.path());
-    }
-    for (const std::filesystem::path& path : found) {
+    int replayed = 0;
+    const auto replay = [&](const std::filesystem::path& path) {
         std::fprintf(stderr, "%s\n", path.c_str());
-        std::ifstream file(path, std::ios::binary);
-        if (!file) return 1;
-        const std::vector<char> read{std::istreambuf_iterator<char>(file), {}};
-        // A block of exactly the input's size: a read past its end is then a fault that sanitizers see.
-        const auto block = std::make_unique<std::uint8_t[]>(read.size());
-        std::copy(read.begin(), read.end(), block.get());
-        LLVMFuzzerTestOneInput(block.get(), read.size());
+        const std::string bytes = testing_kit::file_bytes(path);
+        const auto block = testing_kit::exact_copy(bytes);
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(block.get()), bytes.size());
+        ++replayed;
+    };
+    for (int i = 1; i < count; ++i) {
+        if (std::filesystem::is_regular_file(names[i])) {
+            replay(names[i]);
+        } else {
+            for (const auto& entry : std::filesystem::directory_iterator(names[i])) replay(entry.path());
+        }
     }
-    std::fprintf(stderr, "%zu inputs replayed\n", found.size());
-    return found.empty() ? 1 : 0;
+    std::fprintf(stderr, "%d inputs replayed\n", replayed);
+    return replayed == 0 ? 1 : 0;
 }

@@ -29,6 +29,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -97,7 +98,9 @@ public:
     std::size_t total_size() const noexcept;  // the lengths of all texts, added up
 
     // act(text, readable) for each value in order; `readable` bytes from the text's start may be read, its own at
-    // least.
+    // least. In the narrow form these are kSlack at least: texts near the block's end are shown in a copy, which is
+    // gone when for_each returns.
+    static constexpr std::size_t kSlack = 32;
     template <class Act>
     void for_each(Act act) const {
         if (form_ == Form::narrow && stored_ != 0) {
@@ -105,8 +108,13 @@ public:
             const char* texts = narrow_texts();
             const std::size_t all = ends[stored_ - 1];
             std::size_t begin = 0;
-            for (unsigned i = 0; i < stored_; begin = ends[i++])
+            unsigned i = 0;
+            for (; i < stored_ && all - begin >= kSlack; begin = ends[i++])
                 act(std::string_view(texts + begin, ends[i] - begin - 1), all - begin);
+            char last[2 * kSlack] = {};
+            std::memcpy(last, texts + begin, all - begin);
+            for (const std::size_t from = begin; i < stored_; begin = ends[i++])
+                act(std::string_view(last + (begin - from), ends[i] - begin - 1), sizeof last - (begin - from));
         } else {
             for (unsigned short i = 0; i < std::min(stored_, count_); ++i) {
                 const std::string_view value = other_text(i);

@@ -229,7 +229,7 @@ private:
         if (!second_steps_) return read_exact(text, of_key, 0, item.step);
         const bool exact = exact_key_steps(text, of_key, 0, steps);
         item.step = turned(steps[0]);
-        second_steps_[item.row] = turned(steps[1]);
+        if (!steps[0].is_last()) second_steps_[item.row] = turned(steps[1]);  // else memory that is never touched
         return exact;
     }
 
@@ -326,7 +326,7 @@ private:
     std::unique_ptr<Item[]> scratch_;
 
     // By row, all exact; null while there are none.
-    std::unique_ptr<KeyStep[]> second_steps_;  // of the first key
+    std::unique_ptr<KeyStep[]> second_steps_;  // of the first key, where its first step is not the last
     std::unique_ptr<KeyStep[]> next_steps_;    // the first ones of the second key
     const int* second_key_ = nullptr;
 };

@@ -31,6 +31,10 @@ public:
         }
         return kStepBytes;
     }
+    template <char... kWanted>
+    bool has_any() const noexcept {
+        return ((marks_of(words_[0], kWanted) | marks_of(words_[1], kWanted)) | ...) != 0;
+    }
 
 private:
     // 0x80 in every byte of the word that equals `wanted`, 0 in the others.
@@ -56,11 +60,19 @@ public:
 
     template <char... kWanted>
     unsigned first_of() const noexcept {
-        const __m128i marks = either(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(kWanted))...);
-        return static_cast<unsigned>(std::countr_zero(static_cast<unsigned>(_mm_movemask_epi8(marks)) | 0x10000U));
+        return static_cast<unsigned>(std::countr_zero(marks<kWanted...>() | 0x10000U));
+    }
+    template <char... kWanted>
+    bool has_any() const noexcept {
+        return marks<kWanted...>() != 0;
     }
 
 private:
+    // A bit for each byte that is wanted, the first byte's the lowest.
+    template <char... kWanted>
+    unsigned marks() const noexcept {
+        return static_cast<unsigned>(_mm_movemask_epi8(either(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(kWanted))...)));
+    }
     static __m128i either(__m128i a) noexcept { return a; }
     template <class... More>
     static __m128i either(__m128i a, More... more) noexcept {

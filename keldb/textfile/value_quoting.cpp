@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "keldb/textfile/byte_steps.h"
-
 namespace kel {
 namespace {
 
-char* put_with_care(char* to, char c) noexcept {
+char* put_changed(char* to, char c) noexcept {
     switch (c) {
     case '"':
         *to++ = '"';
@@ -27,12 +25,10 @@ char* put_with_care(char* to, char c) noexcept {
 }  // namespace
 
 // Plain stretches are copied in steps as they are looked at. What that writes too much is written over by what follows.
-char* put_quoted(char* to, std::string_view value, std::size_t readable) noexcept {
-    static_assert(kStepBytes <= kQuotingSpill);
+char* put_with_care(char* to, std::string_view value, std::size_t readable) noexcept {
     const char* from = value.data();
     const char* const end = from + value.size();
     const char* const readable_end = from + readable;
-    *to++ = '"';
     while (from != end) {
         const auto left = static_cast<std::size_t>(end - from);
         char last[kStepBytes] = {};  // the value's last bytes, when a whole step would read too far
@@ -44,7 +40,7 @@ char* put_quoted(char* to, std::string_view value, std::size_t readable) noexcep
         const std::size_t plain = std::min(marked, left);
         to += plain;
         from += plain;
-        if (marked < std::min(left, kStepBytes)) to = put_with_care(to, *from++);
+        if (marked < std::min(left, kStepBytes)) to = put_changed(to, *from++);
     }
     *to++ = '"';
     return to;

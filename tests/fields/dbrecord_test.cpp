@@ -1,5 +1,5 @@
 // One row: its texts however they are held, typed reads and writes at the edge of text, flags, shape, and the labels
-// handed to a configuration block.
+// handed to a configuration block; and the names that the suite's logs share.
 #include "keldb/fields/dbrecord.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 #include <cmath>
 #include <tuple>
 
+#include "keldb/fields/well_known_fields.h"
 #include "keldb/library/startup_settings.h"
 #include "keldb/support/config_block.h"
 #include "tests/fields/field_values_program.h"
@@ -17,6 +18,7 @@
 
 namespace {
 
+using testing_kit::pieces;
 using testing_kit::table_of;
 using testing_kit::text_of;
 
@@ -80,12 +82,11 @@ TEST(RecordWrites, TrimAndSetTheChangedFlags) {
         {" \t\n\v\f\rab ", true, "ab "}, {" ab", false, " ab"}, {" \n", true, ""}, {nullptr, false, ""}};
     keldb table = table_of("f:a | old");
     for (const auto& [written, trim, after] : kWrites) {
-        table.clear_changed();
         EXPECT_EQ(table[0].set_field(0, written, trim), 1);
         EXPECT_STREQ(table[0].get_field(0), after);
         EXPECT_EQ(table[0].get_changed() + table.get_changed(), 2) << after;
+        table.clear_changed();
     }
-    table.clear_changed();
     table[0].clear();
     EXPECT_EQ(table[0].get_changed() + table.get_changed() + table[0].get_field_size(0), 0);
 }
@@ -122,13 +123,43 @@ TEST(RecordLabels, AreHandedOverUnderTheirKeys) {
         keldb table = table_of(text);
         configb block;
         std::string handed = std::to_string(table[0].update(&block));
-        for (const char* key : {"slate/take", "name", "notes", "who", "scene", "description", "shot", "reelid",
-                                "reelid1", "24P_reel", "camreel", "comp_reel", "lab_reel"}) {
-            if (block.get(key)) handed += ' ' + std::string(key) + '=' + block.get(key);
+        for (const std::string& key : pieces(
+                 "slate/take name notes who scene description shot reelid reelid1 24P_reel camreel comp_reel lab_reel",
+                 ' ')) {
+            if (block.get(key.c_str())) handed += ' ' + key + '=' + block.get(key.c_str());
         }
         EXPECT_EQ(handed, expected);
     }
     kel::dbv_reel_field_editable = 1;
+}
+
+TEST(KnownNames, OfTypesWidthsAndRangePairs) {
+    // The name as read, the code (0: none), and the name as written.
+    for (const std::string& row :
+         pieces("timecode t timecode|timecode_s T timecode_s|text a text|text_s A text_s|time_of_day D time_of_day|"
+                "date d date|dos_date M dos_date|char c c|numeric n numeric|long l long|double f double|"
+                "TimeCode t timecode|c c c|x x x|a a text|xy 0 |timecode_ 0 | 0 ")) {
+        const std::vector<std::string> parts = pieces(row, ' ');
+        const DBFieldTypes::eType type = kel::type_from_name(parts[0]);
+        EXPECT_EQ(type, parts[1][0] == '0' ? 0 : parts[1][0]) << row;
+        EXPECT_TRUE(type == 0 || kel::name_of_type(type) == parts[2].c_str()) << row;
+    }
+    for (const std::string& row :
+         pieces("1 Tag|2 sequence|3 pulldown|4 Mdrive|6 Type|8 Size|9 film duration|10 lab reel|12 Cookie|"
+                "12 end camcode|15 end inkcode|16 Duration|17 start keycode|24 Who|30 Reel Type|32 Name|64 chans|"
+                "100 NOTES|4 Comment|4 Nam|4 Names|4 ")) {
+        EXPECT_EQ(keldb::getMinFieldSize(row.c_str() + row.find(' ') + 1), std::stoul(row)) << row;
+    }
+    EXPECT_EQ(keldb::getMinFieldSize(nullptr), 4U);
+    // Pairs are found by either name, byte for byte.
+    for (const std::string& row :
+         pieces("Start time,End time|snd start,snd end|start 24P code,end 24P code|start keycode,end keycode|"
+                "start camcode,end camcode|start inkcode,end inkcode|START TIME|End time |")) {
+        for (const std::string& name : pieces(row, ',')) {
+            const kel::FieldPair* const pair = kel::range_pair_of(name);
+            EXPECT_EQ(pair ? std::string(pair->start) + ',' + pair->end : name, row);
+        }
+    }
 }
 
 }  // namespace

@@ -9,22 +9,20 @@
 #include <vector>
 
 #include "keldb/fields/field_values.h"
-#include "tests/model/byte_source.h"
+#include "tests/testing/texts.h"
 
 namespace testing_kit {
 
 class FieldValuesProgram {
 public:
-    explicit FieldValuesProgram(std::string_view bytes) : source_(bytes) {}
+    explicit FieldValuesProgram(std::string_view bytes) : rest_(bytes) {}
 
     std::string run() {  // "" or the step and what differs
-        for (unsigned step = 0; !source_.empty(); ++step) {
-            Subject& one = subjects_[source_.pick(2)];
-            const unsigned kind = source_.pick(12);
-            act(one, &one == subjects_ ? subjects_[1] : subjects_[0], kind);
+        for (unsigned step = 0; !rest_.empty(); ++step) {
+            const unsigned which = below(2), kind = below(12);
+            act(subjects_[which], subjects_[1 - which], kind);
             const std::string wrong = subjects_[0].fault() + subjects_[1].fault();
-            if (!wrong.empty())
-                return "step " + std::to_string(step) + " of kind " + std::to_string(kind) + ": " + wrong;
+            if (!wrong.empty()) return "step " + std::to_string(step) + ", kind " + std::to_string(kind) + ": " + wrong;
         }
         return "";
     }
@@ -49,39 +47,33 @@ private:
             if ((values.memory() == 0) != (values.address() == nullptr)) return "memory without a block";
             unsigned short i = 0;
             std::size_t total = 0;
-            std::string wrong;
+            bool right = true;
             values.for_each([&](std::string_view text, std::size_t readable) {
-                const bool walked = text == twin[i] && std::string(text.data(), readable).starts_with(text);
-                if (!walked || values.text(i) != text || values.copy(i) != text || text.data()[text.size()] != '\0') {
-                    wrong = "value " + std::to_string(i);
-                }
+                right = right && text == twin[i] && std::string(text.data(), readable).starts_with(text) &&
+                        values.text(i) == text && values.copy(i) == text && text.data()[text.size()] == '\0';
                 total += twin[i++].size();
             });
-            if (i != twin.size() || values.total_size() != total) return "total_size, or the walk, is wrong";
-            for (const Held& h : held) {
-                if (h.text != h.expected) return "a text handed out has changed";
-            }
-            return wrong;
+            if (!right || i != twin.size() || values.total_size() != total) return "a value, or their sum, is wrong";
+            const auto changed = [](const Held& h) { return h.text != h.expected; };
+            return std::any_of(held.begin(), held.end(), changed) ? "a text handed out has changed" : "";
         }
     };
 
     void act(Subject& one, Subject& other, unsigned kind) {
-        if (kind < 6 && !one.twin.empty()) {
-            return act_on_value(one, kind, static_cast<unsigned short>(source_.u8() % one.twin.size()));
-        }
+        if (kind < 6 && !one.twin.empty()) return act_on_value(one, kind, place_in(one.twin));
         if (kind == 10) {
             one.values.swap(other.values);
             one.twin.swap(other.twin);
             return one.held.swap(other.held);
         }
-        const auto count = static_cast<unsigned short>(kind == 9 ? source_.u8() : 0);
+        const auto count = static_cast<unsigned short>(kind == 9 ? below(256) : 0);
         if (kind != 9 || count != one.twin.size()) one.held.clear();
         if (kind < 9) {
             pack(one, kind == 8);
         } else if (kind == 9) {
             one.values.resize(count);
             one.twin.resize(count);
-        } else if (source_.one_in(4)) {
+        } else if (below(4) == 0) {
             one.values.clear();
             std::fill(one.twin.begin(), one.twin.end(), "");
         } else {
@@ -100,8 +92,8 @@ private:
             one.values.erase(i);
             one.twin.erase(one.twin.begin() + i);
         } else if (kind == 3) {  // from a text of the very same object
-            const auto from = static_cast<unsigned short>(source_.u8() % one.twin.size());
-            const std::size_t at = source_.u8() % (one.twin[from].size() + 1);
+            const unsigned short from = place_in(one.twin);
+            const std::size_t at = below(one.twin[from].size() + 1);
             one.values.set(i, one.values.text(from).substr(at));
             one.twin[i] = std::string(one.twin[from], at);
         } else {
@@ -113,7 +105,7 @@ private:
 
     // In a block of its own, or in memory that stays with this program (with nothing behind it that could be written).
     void pack(Subject& one, bool embedded) {
-        one.twin.resize(source_.pick(14));
+        one.twin.resize(below(14));
         kel::ValueBuilder builder;
         builder.start(0);
         for (std::string& each : one.twin) builder.append(each = text());
@@ -122,12 +114,21 @@ private:
         one.values.pack_into(memory_.back().get(), builder);
     }
 
+    // By the next byte of the program, which is 0 past the end; n is at most 256.
+    unsigned below(std::size_t n) {
+        const auto byte = static_cast<unsigned char>(rest_.empty() ? '\0' : rest_.front());
+        rest_.remove_prefix(rest_.empty() ? 0 : 1);
+        return static_cast<unsigned>(byte % n);
+    }
+    unsigned short place_in(const std::vector<std::string>& texts) {
+        return static_cast<unsigned short>(below(texts.size()));
+    }
     std::string text() {
-        if (source_.one_in(64)) return std::string(65500 + source_.u8(), 'x');  // around the limit of 16-bit ends
-        return source_.text();
+        if (below(64) == 0) return std::string(65500 + below(256), 'x');  // around the limit of 16-bit ends
+        return odd_texts()[below(odd_texts().size())];
     }
 
-    model::ByteSource source_;
+    std::string_view rest_;
     std::vector<std::unique_ptr<char[]>> memory_;  // outlives the values
     Subject subjects_[2];
 };

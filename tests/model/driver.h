@@ -10,17 +10,61 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "keldb/support/cookie.h"
 #include "keldb/views/odb_view.h"
-#include "tests/model/byte_source.h"
 #include "tests/model/naive_view.h"
 #include "tests/testing/random.h"
+#include "tests/testing/texts.h"
 
 namespace model {
 
+// The bytes of a program, the same choices on any machine. Past the end all choices are 0.
+class ByteSource {
+public:
+    explicit ByteSource(std::string_view bytes) : rest_(bytes) {}
+
+    bool empty() const { return rest_.empty(); }
+    unsigned u8() {
+        if (rest_.empty()) return 0;
+        const auto byte = static_cast<unsigned char>(rest_.front());
+        rest_.remove_prefix(1);
+        return byte;
+    }
+    unsigned pick(unsigned n) { return u8() % n; }  // 0 to n - 1, n at most 256
+    bool one_in(unsigned n) { return pick(n) == 0; }
+    template <class T, unsigned n>
+    const T& of(const T (&choices)[n]) {
+        return choices[pick(n)];
+    }
+
+    // A row, position or count: mostly inside 0 to `size`, sometimes one or two beyond, seldom absurd.
+    int near(int size) {
+        if (one_in(40)) return of({-1, -2, 65535, 65536, 2147483647, -2147483647 - 1});
+        const unsigned high = u8() << 8, low = u8();
+        return static_cast<int>((high | low) % (static_cast<unsigned>(size) + (one_in(6) ? 3U : 1U)));
+    }
+
+    // Few texts often, so that values meet again; all the odd ones now and then.
+    const std::string& text() {
+        static const std::string common[] = {"", "a", "A", "b", " b", "take 2", "take 10", "10:00:00:05"};
+        return one_in(3) ? testing_kit::odd_texts()[u8() % testing_kit::odd_texts().size()] : of(common);
+    }
+    const char* id() { return of({"M0", "M1", "M2", "M3", "M4", "M5", "M6", "M7"}); }
+    const char* value() { return one_in(2) ? id() : text().c_str(); }  // what is searched for
+    const char* field_name() {
+        return of({"Name", "Cookie", "Tag", "Start time", "End time", "tc", "snd start", "NAME", "cookie", "A&B", "",
+                   "notes"});
+    }
+    DBFieldTypes::eType type() { return static_cast<DBFieldTypes::eType>("aattTTnlf"[pick(9)]); }
+
+private:
+    std::string_view rest_;
+};
+
 struct Outcome {
     unsigned steps = 0;
-    Text fault;                // "" or the step, the operation and what differs
-    std::uint64_t digest = 0;  // of all that was observed
+    Text fault;                                    // "" or the step, the operation and what differs
+    std::uint64_t digest = 14695981039346656037U;  // of all that was observed
 };
 
 // Shows the records behind the visible ones.
@@ -41,14 +85,13 @@ struct Ear : NotifyCallback {
     Log& log;
 };
 
-struct TableTwin {
-    std::unique_ptr<keldb> lib;
-    std::unique_ptr<NaiveTable> naive;
+template <class Lib, class Naive>
+struct Twin {
+    Lib lib;
+    std::shared_ptr<Naive> naive;
 };
-struct ViewTwin {  // one of the handles that programs hold
-    ODBView lib;
-    std::shared_ptr<NaiveView> naive;
-};
+using TableTwin = Twin<std::unique_ptr<keldb>, NaiveTable>;
+using ViewTwin = Twin<ODBView, NaiveView>;  // one of the handles that programs hold
 
 class Driver {
 public:
@@ -58,9 +101,7 @@ public:
     };
 
     explicit Driver(std::string_view program) : bytes(program) {}
-    ~Driver() { slots.clear(); }  // views go before what they stand on
     Outcome run(const std::vector<Kind>& kinds) {
-        Outcome outcome;
         Text now = "start";
         try {
             start();
@@ -73,14 +114,12 @@ public:
         } catch (const std::runtime_error& divergence) {
             outcome.fault = "step " + std::to_string(outcome.steps) + ", " + now + ": " + divergence.what();
         }
-        outcome.digest = digest;
         return outcome;
     }
 
     // --- What operations are written in ---
 
     ByteSource bytes;
-    std::vector<ViewTwin> slots;
 
     TableTwin& table() { return tables[bytes.pick(2)]; }
     ViewTwin& view() { return slots[bytes.pick(static_cast<unsigned>(slots.size()))]; }
@@ -109,13 +148,13 @@ public:
         for (const auto& guard : naive.guards) twin.lib->deregisterNotification(guard);
         naive.guards.clear();
         naive.drop_listener(nullptr);
+        naive.add_listener(nullptr, types);
         const auto hear = [&](const char* what, int type) {
             const Qv::Ptr<NotifyCallback> ear(new Ear(naive.name + what, heard));
             naive.guards.push_back(twin.lib->registerNotification(ear, type));
         };
         if (types & 1) hear(" recordsDeleted ", kel::records_deleted_type());
         if (types & 2) hear(" recordsChanged", kel::records_changed_type());
-        if (types != 0) naive.add_listener(nullptr, types);
     }
     NaiveView& put_view(ODBViewRep* lib, NaiveTable* table, std::shared_ptr<NaiveView> base) {
         const Text name = "v" + std::to_string(views_made++);
@@ -142,7 +181,7 @@ private:
         text << what << " is " << lib << ", model " << naive;
         throw std::runtime_error(text.str());
     }
-    void note(std::uint64_t number) { digest = (digest ^ number) * 1099511628211U; }  // FNV-1a
+    void note(std::uint64_t number) { outcome.digest = (outcome.digest ^ number) * 1099511628211U; }  // FNV-1a
 
     void fill(TableTwin& t, int count) {
         const Text drawn = noise(static_cast<unsigned>(count) * 16);
@@ -169,7 +208,7 @@ private:
                 fields.push_back({name, bytes.type()});
             }
             t.lib = std::make_unique<keldb>(std::vector<DBFieldDesc>());
-            t.naive = std::make_unique<NaiveTable>("t" + std::to_string(&t - tables), expected);
+            t.naive = std::make_shared<NaiveTable>("t" + std::to_string(&t - tables), expected);
             for (const DBFieldDesc& field : fields) both(t, [&](auto& x) { return x.addField(field); });
             fill(t, 8 * static_cast<int>(bytes.pick(5)));
             listen(t);
@@ -232,7 +271,6 @@ private:
         same("a record too many", TableInside::record(lib, naive.rows.size()) != nullptr, false);
         same("the changed flag", lib.get_changed() != 0, naive.changed);
         same("show-tags-only", lib.get_show_tags_only(), naive.show);
-        same("ok", lib.ok(), true);
         check_cells(lib, naive);
     }
     void check_view(ODBViewRep& lib, const NaiveView& naive) {
@@ -246,13 +284,13 @@ private:
             same("an entry's tag", ref.tag, entry.tag);
             if (record != (row ? row->twin : nullptr)) differ("an entry's record", record, row);
         }
-        same("ok", lib.ok(), true);
         check_cells(lib, naive);
     }
-    void check_cells(ODBBase& lib, const NaiveBase& naive) {  // those of one visible row
+    void check_cells(auto& lib, const NaiveBase& naive) {  // those of one visible row
+        same("ok", lib.ok(), true);
         same("the row count", lib.get_num_records(), naive.size());
         if (naive.size() == 0) return;
-        const unsigned row = static_cast<unsigned>(digest >> 32) % naive.size();
+        const unsigned row = static_cast<unsigned>(outcome.digest >> 32) % naive.size();
         const RowPtr wanted = naive.record(row);
         same("a record", lib.get_record(row) != nullptr, wanted != nullptr);
         for (unsigned field = 0; wanted && field <= wanted->values.size(); ++field)
@@ -261,10 +299,11 @@ private:
 
     bool with_listeners = false;
     Log heard, expected;
+    Outcome outcome;
     TableTwin tables[2];
+    std::vector<ViewTwin> slots;                                          // go before what they stand on
     std::vector<std::pair<ODBViewRep*, std::weak_ptr<NaiveView>>> views;  // all that live
     unsigned views_made = 0;
-    std::uint64_t digest = 14695981039346656037U;
 };
 
 }  // namespace model

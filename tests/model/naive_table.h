@@ -24,7 +24,13 @@ using Log = std::vector<Text>;  // "v3 recordsDeleted 1 2 ", in the order in whi
 using Numbers = std::vector<unsigned>;
 using testing_kit::folded;
 
+struct Field {
+    Text name;
+    DBFieldTypes::eType type;
+    bool ranged = kel::range_pair_of(name) != nullptr;  // by the name that it had when it was added
+};
 struct Row {
+    explicit Row(std::vector<Text> texts) : values(std::move(texts)) {}
     std::vector<Text> values;
     int tag = 0;
     bool changed = false;
@@ -36,16 +42,66 @@ using RowPtr = std::shared_ptr<Row>;
 inline Text value_of(const RowPtr& row, int field) {
     return row && static_cast<unsigned>(field) < row->values.size() ? row->values[static_cast<unsigned>(field)] : "";
 }
-// As the sort that was prepared last (NaiveTable::prepare); no record stands last.
-inline bool before(const RowPtr& a, const RowPtr& b, int direction) {
-    if (!a || !b) return a && !b;
-    return (direction < 0 ? kel::compare_descending : kel::compare_ascending)(*a->twin, *b->twin) < 0;
-}
+
+// What a table shares with the views on it.
+struct Data {
+    int get_fieldnum(const Text& field) const {
+        const auto known = numbers.find(folded(field));
+        return field.empty() || known == numbers.end() ? -1 : static_cast<int>(known->second);
+    }
+    bool store(const RowPtr& row, unsigned field, const Text& text, bool always) {
+        if (!row || field >= row->values.size()) return false;
+        if (always || row->values[field] != text) row->changed = changed = true;
+        row->values[field] = text;
+        return true;
+    }
+    int matches(const RowPtr& row) const {
+        if (!row || query.empty()) return -1;
+        for (unsigned i = 0; i < fields.size() && i < query.size(); ++i) {
+            if (!query[i].empty() && !(fields[i].ranged ? in_range(row, i) : contains(row, i))) return 0;
+        }
+        return 1;
+    }
+    bool in_range(const RowPtr& row, unsigned field) const {
+        const auto* const pair = kel::range_pair_of(fields[field].name);
+        if (!pair) return true;  // renamed since
+        const Text from = value_of(row, get_fieldnum(Text(pair->start))), &wanted = query[field];
+        const Text to = value_of(row, get_fieldnum(Text(pair->end)));
+        const Text from_part = from.substr(0, wanted.size()), to_part = to.substr(0, wanted.size());
+        return !from.empty() && (from_part == wanted || (!to.empty() && wanted >= from_part && wanted <= to_part));
+    }
+    bool contains(const RowPtr& row, unsigned field) const {
+        const auto type = fields[field].type;
+        String text(row->values[field]);
+        if (type == 'T') text = time_def(text, time_def::kLabelKind).get_punctuated_str();
+        const unsigned flags = type == 'T' || type == 't' ? TextSearch::kTimecode : 0;
+        return kel::Needle(query[field], flags | (word_only != 0 ? TextSearch::kWholeWords : 0)).found_in(text);
+    }
+    // By the keys as they are now; no record stands last.
+    auto order(int direction, int plain) {
+        const bool known = static_cast<unsigned>(keys[0]) < fields.size();
+        if (!known) keys[0] = -1;
+        const bool timecode = known && fields[static_cast<unsigned>(keys[0])].type == DBFieldTypes::timecode;
+        kel::sort_state() = {keys, offset, plain, timecode ? keys[0] : -1};
+        return [direction](const RowPtr& a, const RowPtr& b) {
+            if (!a || !b) return a && !b;
+            return (direction < 0 ? kel::compare_descending : kel::compare_ascending)(*a->twin, *b->twin) < 0;
+        };
+    }
+
+    std::vector<RowPtr> rows;  // raw
+    std::vector<Field> fields;
+    std::map<Text, unsigned> numbers;  // of fields, by their names in small letters
+    std::map<Text, int> ids;           // rows by identifier, as far as they were noted
+    std::vector<Text> query;
+    bool changed = false;
+    int word_only = 0, keys[2] = {0, -1}, offset = 0;
+};
 
 // Announces step by step: each listener is told before the next one.
 class NaiveBase {
 public:
-    NaiveBase(Text label, Log& log) : name(std::move(label)), log_(log) {}
+    NaiveBase(Text label, Log& log, Data* of) : name(std::move(label)), log_(log), data_(of) {}
     NaiveBase(const NaiveBase&) = delete;
     NaiveBase& operator=(const NaiveBase&) = delete;
     virtual ~NaiveBase() = default;
@@ -56,18 +112,33 @@ public:
     virtual int add_records(int count) = 0;
     virtual void insert_records(unsigned at, unsigned count) = 0;
     virtual void delete_records(unsigned start, unsigned count) = 0;
-    virtual int set_text(unsigned row, unsigned field, const Text& text) = 0;
-    virtual int set_field(unsigned row, const Cookie& id) = 0;
     virtual int get_tag(unsigned row) const = 0;
     virtual void set_tag(unsigned row, int value) = 0;
-    virtual int match_record(int row) const = 0;
 
-    int set_field(unsigned row, unsigned field, const char* text) { return set_text(row, field, text); }
+    int set_field(unsigned row, unsigned field, const char* text) {
+        return data_->store(record(row), field, Text(kel::skip_leading_space(text)), true);
+    }
     int set_field(unsigned row, unsigned field, auto number) {
         dbrecord written(1);
         written.set_field(0, number);
-        return set_text(row, field, Text(written.field_text(0)));
+        return set_field(row, field, Text(written.field_text(0)).c_str());
     }
+    int set_field(unsigned row, const Cookie& id) {
+        const int field = data_->get_fieldnum("cookie");
+        if (field < 0 || !record(row)) return 0;
+        const Text text(id.text().view());
+        data_->ids[text] = baseIndex(static_cast<int>(row));
+        return data_->store(record(row), static_cast<unsigned>(field), text, false);
+    }
+    void set_sort_offset(int to) { data_->offset = to; }
+    void set_sortfield(int field) { data_->keys[0] = field; }
+    void set_query(const dbrecord* wanted) {
+        if (wanted->get_num_fields() < data_->fields.size()) return;
+        data_->query.clear();
+        for (unsigned i = 0; i < wanted->get_num_fields(); ++i) data_->query.emplace_back(wanted->field_text(i));
+    }
+    int match_record(int row) const { return data_->matches(record(static_cast<unsigned>(row))); }
+
     void invert_tag(unsigned row) { set_tag(row, get_tag(row) == 0); }
     void set_all_tags(int value) {
         for (unsigned i = 0; i < size(); ++i) set_tag(i, value);
@@ -96,15 +167,13 @@ public:
         const Numbers found = rows_where(holds);
         return found.empty() ? -1 : static_cast<int>(found[0]);
     }
-    // Calls act(row, length) for each run of rows for which that holds, which makes them go. How many went.
-    int in_runs(const auto& holds, const auto& act) {
-        unsigned gone = 0;
-        for (unsigned i = 0, length = 0; i < size(); ++i, length = 0) {
-            while (i + length < size() && holds(i + length)) ++length;
-            if (length != 0) act(i, length);
-            gone += length;
+    // Calls act(row, length), which makes them go, for each run of the rows. How many went.
+    static int in_runs(const Numbers& rows, const auto& act) {
+        for (unsigned k = 0, length = 1; k < rows.size(); k += length, length = 1) {
+            while (k + length < rows.size() && rows[k + length] == rows[k] + length) ++length;
+            act(rows[k] - k, length);
         }
-        return static_cast<int>(gone);
+        return static_cast<int>(rows.size());
     }
 
     // --- Listeners, in the order of registration: a view, or somebody foreign who is heard of in the log ---
@@ -114,20 +183,18 @@ public:
         std::erase_if(listeners_, [view](const auto& listener) { return listener.first == view; });
     }
     bool stood_upon() const {
-        return std::any_of(listeners_.begin(), listeners_.end(), [](const auto& listener) { return listener.first; });
+        return std::ranges::any_of(listeners_, [](const auto& listener) { return listener.first; });
+    }
+    void announce(unsigned type, const Text& text, const Numbers& deleted) {
+        for (const auto& [view, types] : listeners_) {
+            if (view) view->rows_deleted(deleted);
+            if (types & type) log_.push_back(name + text);
+        }
     }
     void announce_deleted(const Numbers& numbers) {
-        Text text = name + " recordsDeleted ";
+        Text text = " recordsDeleted ";
         for (const unsigned number : numbers) text += std::to_string(number) + " ";
-        for (const auto& [view, types] : listeners_) {
-            if (view) view->rows_deleted(numbers);
-            if (types & 1) log_.push_back(text);
-        }
-    }
-    void announce_changed() {
-        for (const auto& [view, types] : listeners_) {
-            if (types & 2) log_.push_back(name + " recordsChanged");
-        }
+        announce(1, text, numbers);
     }
     virtual void rows_deleted(const Numbers&) {}
 
@@ -136,18 +203,13 @@ public:
 
 protected:
     Log& log_;
+    Data* data_;
     std::vector<std::pair<NaiveBase*, unsigned>> listeners_;
 };
 
-struct Field {
-    Text name;
-    DBFieldTypes::eType type;
-    bool ranged = kel::range_pair_of(name) != nullptr;  // by the name that it had when it was added
-};
-
-class NaiveTable : public NaiveBase {
+class NaiveTable : public NaiveBase, public Data {
 public:
-    using NaiveBase::NaiveBase;
+    NaiveTable(Text label, Log& log) : NaiveBase(std::move(label), log, this) {}
     NaiveTable* table() { return this; }
 
     // --- Rows ---
@@ -162,11 +224,11 @@ public:
     void insert_records(unsigned at, unsigned count) override {
         if (show != 0) return;
         put_in(std::min<std::size_t>(at, rows.size()), static_cast<int>(count));
-        ids_.clear();
+        ids.clear();
     }
     void delete_records(unsigned start, unsigned count) override {
         if (start >= rows.size() || show != 0) return;
-        ids_.clear();
+        ids.clear();
         const Numbers gone = rows_where([=](unsigned row) { return row >= start && row - start < count; });
         if (gone.empty()) return;
         rows.erase(rows.begin() + start, rows.begin() + gone.back() + 1);
@@ -174,32 +236,18 @@ public:
         announce_deleted(gone);
     }
     int delete_tagged_records() {
-        const auto tagged = [this](unsigned i) { return get_tag(i) == 1; };
-        return show != 0 ? -1 : in_runs(tagged, [this](unsigned at, unsigned n) { delete_records(at, n); });
+        const Numbers chosen = rows_where([this](unsigned i) { return get_tag(i) == 1; });
+        return show != 0 ? -1 : in_runs(chosen, [this](unsigned at, unsigned n) { delete_records(at, n); });
     }
     int add_keldb(const NaiveTable& other) {
         const auto same = [](const Field& a, const Field& b) { return a.name == b.name && a.type == b.type; };
-        if (show != 0 || !std::equal(fields.begin(), fields.end(), other.fields.begin(), other.fields.end(), same))
-            return -1;
+        if (show != 0 || !std::ranges::equal(fields, other.fields, same)) return -1;
         const std::vector<RowPtr> theirs = other.rows;
-        for (const RowPtr& row : theirs) rows.push_back(std::make_shared<Row>(Row{row->values}));
+        for (const RowPtr& row : theirs) rows.push_back(std::make_shared<Row>(row->values));
         return static_cast<int>(theirs.size());
     }
-
-    // --- Values ---
-
-    int set_text(unsigned row, unsigned field, const Text& text) override {
-        return store(row, field, Text(kel::skip_leading_space(text)), true);
-    }
     bool setField(unsigned row, unsigned field, const String& text) {
-        return store(row, field, Text(text.view()), false);
-    }
-    using NaiveBase::set_field;
-    int set_field(unsigned row, const Cookie& id) override {
-        const int field = get_fieldnum("cookie");
-        if (field < 0 || !record(row)) return 0;
-        ids_[Text(id.text().view())] = static_cast<int>(row);
-        return setField(row, static_cast<unsigned>(field), id.text());
+        return store(record(row), field, Text(text.view()), false);
     }
     void clear_changed() {
         for (const RowPtr& row : rows) row->changed = false;
@@ -226,19 +274,15 @@ public:
         sort(1, 0);
         Text previous;
         for (const RowPtr& row : rows) {
-            if (folded(value_of(row, field)) == folded(previous)) continue;
-            row->tag = 1;
-            previous = value_of(row, field).substr(0, 255);
+            const Text value = folded(value_of(row, field));
+            if (value != previous) row->tag = 1;
+            previous = value.substr(0, 255);
         }
         return get_num_tags();
     }
 
     // --- Fields ---
 
-    int get_fieldnum(const Text& field) const {
-        const auto known = numbers_.find(folded(field));
-        return field.empty() || known == numbers_.end() ? -1 : static_cast<int>(known->second);
-    }
     unsigned addField(const DBFieldDesc& added) {
         const Text field(added.name.view());
         if (get_fieldnum(field) >= 0) return static_cast<unsigned>(get_fieldnum(field));
@@ -251,7 +295,7 @@ public:
         const int found = get_fieldnum(field);
         if (found < 0) return;
         fields.erase(fields.begin() + found);
-        numbers_.clear();
+        numbers.clear();
         number_names();
         for (const RowPtr& row : rows) row->values.erase(row->values.begin() + found);
     }
@@ -259,9 +303,9 @@ public:
         if (field >= fields.size()) return 0;
         std::erase(to, '&');
         const Text before = folded(std::exchange(fields[field].name, to));
-        if (get_fieldnum(before) == static_cast<int>(field)) numbers_.erase(before);
+        if (get_fieldnum(before) == static_cast<int>(field)) numbers.erase(before);
         number_names();  // another field of the old name takes it over
-        numbers_[folded(to)] = field;
+        numbers[folded(to)] = field;
         return 1;
     }
     int set_fieldtype(unsigned field, DBFieldTypes::eType type) {
@@ -269,115 +313,55 @@ public:
         return field < fields.size();
     }
 
-    // --- Searching ---
+    // --- Searching and sorting ---
 
-    void set_query(const dbrecord* wanted) {
-        if (wanted->get_num_fields() < fields.size()) return;
-        query_.clear();
-        for (unsigned i = 0; i < wanted->get_num_fields(); ++i) query_.emplace_back(wanted->field_text(i));
-    }
-    void set_word_only_search(int flag) { word_only_ = flag; }
-    int match_record(int row) const override {
-        const RowPtr r = record(static_cast<unsigned>(row));
-        if (!r || query_.empty()) return -1;
-        for (unsigned i = 0; i < fields.size() && i < query_.size(); ++i) {
-            if (!query_[i].empty() && !(fields[i].ranged ? in_range(r, i) : contains(r, i))) return 0;
-        }
-        return 1;
-    }
-    int tag_matching_records(int keep) { return query_.empty() ? 0 : tagMatches(keep); }
+    void set_word_only_search(int flag) { word_only = flag; }
+    int tag_matching_records(int keep) { return query.empty() ? 0 : tagMatches(keep); }
     int findFirst(const char* field, const char* value, int length) {
         const int known = folded(field) == "cookie" ? getRowIndexByID(Cookie(value, false)) : -1;
         if (known >= 0) return known;
         const int number = get_fieldnum(field);
         const std::size_t most = length == 0 ? Text::npos : static_cast<std::size_t>(length);
-        for (unsigned row = 0; number >= 0 && row < rows.size(); ++row) {
-            if (value_of(rows[row], number).substr(0, most) == Text(value).substr(0, most))
-                return static_cast<int>(row);
-        }
-        return -1;
+        const auto found = std::ranges::find_if(rows, [&](const RowPtr& row) {
+            return value_of(row, number).substr(0, most) == Text(value).substr(0, most);
+        });
+        return number < 0 || found == rows.end() ? -1 : static_cast<int>(found - rows.begin());
     }
     int getRowIndexByID(const Cookie& wanted) {
         const Text id(wanted.text().view());
         const int field = get_fieldnum("cookie");
         for (bool anew = false;; anew = true) {
-            for (unsigned row = 0, built = !ids_.empty(); field >= 0 && !built && row < size(); ++row)
-                ids_.emplace(value_of(record(row), field), static_cast<int>(row));
-            if (ids_.count(id) == 0) return -1;
-            const RowPtr row = record(static_cast<unsigned>(ids_[id]));
-            if (anew || (row && field >= 0 && value_of(row, field) == id)) return ids_[id];
-            ids_.clear();  // a plain setter changed the identifier since
+            for (unsigned row = 0, built = !ids.empty(); field >= 0 && !built && row < size(); ++row)
+                ids.emplace(value_of(record(row), field), static_cast<int>(row));
+            if (ids.count(id) == 0) return -1;
+            const RowPtr row = record(static_cast<unsigned>(ids[id]));
+            if (anew || (row && field >= 0 && value_of(row, field) == id)) return ids[id];
+            ids.clear();  // a plain setter changed the identifier since
         }
     }
-
-    // --- Sorting ---
-
-    void set_sort_offset(int to) { offset_ = to; }
-    void set_sortfield(int field) { keys_[0] = field; }
-    void prepare(int plain) {
-        const bool known = static_cast<unsigned>(keys_[0]) < fields.size();
-        if (!known) keys_[0] = -1;
-        const bool timecode = known && fields[static_cast<unsigned>(keys_[0])].type == DBFieldTypes::timecode;
-        kel::sort_state() = {keys_, offset_, plain, timecode ? keys_[0] : -1};
-    }
     void sort(int direction, int plain) {
-        prepare(plain);
-        std::stable_sort(rows.begin(), rows.end(),
-                         [=](const RowPtr& a, const RowPtr& b) { return before(a, b, direction); });
+        std::ranges::stable_sort(rows, order(direction, plain));
         take_snapshot();
     }
 
-    std::vector<RowPtr> rows;  // raw
-    std::vector<Field> fields;
-    bool changed = false;
     int show = 0;
 
 private:
     const std::vector<RowPtr>& seen() const { return show != 0 ? shown_ : rows; }
     void put_in(std::size_t at, int count) {
-        while (count-- > 0)
-            rows.insert(rows.begin() + static_cast<long>(at),
-                        std::make_shared<Row>(Row{std::vector<Text>(fields.size())}));
-    }
-    bool store(unsigned row, unsigned field, const Text& text, bool always) {
-        const RowPtr r = record(row);
-        if (!r || field >= r->values.size()) return false;
-        if (always || r->values[field] != text) r->changed = changed = true;
-        r->values[field] = text;
-        return true;
+        const std::vector<Text> blank(fields.size());
+        while (count-- > 0) rows.insert(rows.begin() + static_cast<long>(at), std::make_shared<Row>(blank));
     }
     void take_snapshot() {  // of the tagged rows, where they stand now
-        shown_.clear();
-        for (const RowPtr& row : rows) {
-            if (show != 0 && row->tag != 0) shown_.push_back(row);
-        }
-        ids_.clear();
-    }
-    bool in_range(const RowPtr& row, unsigned field) const {
-        const auto* const pair = kel::range_pair_of(fields[field].name);
-        if (!pair) return true;  // renamed since
-        const Text from = value_of(row, get_fieldnum(Text(pair->start))), &wanted = query_[field];
-        const Text to = value_of(row, get_fieldnum(Text(pair->end)));
-        const Text from_part = from.substr(0, wanted.size()), to_part = to.substr(0, wanted.size());
-        return !from.empty() && (from_part == wanted || (!to.empty() && wanted >= from_part && wanted <= to_part));
-    }
-    bool contains(const RowPtr& row, unsigned field) const {
-        const auto type = fields[field].type;
-        String text(row->values[field]);
-        if (type == 'T') text = time_def(text, time_def::kLabelKind).get_punctuated_str();
-        const unsigned flags = type == 'T' || type == 't' ? TextSearch::kTimecode : 0;
-        return kel::Needle(query_[field], flags | (word_only_ != 0 ? TextSearch::kWholeWords : 0)).found_in(text);
+        shown_ = rows;
+        std::erase_if(shown_, [](const RowPtr& row) { return row->tag == 0; });
+        ids.clear();
     }
     void number_names() {
-        for (unsigned i = 0; i < fields.size(); ++i) numbers_.emplace(folded(fields[i].name), i);
+        for (unsigned i = 0; i < fields.size(); ++i) numbers.emplace(folded(fields[i].name), i);
     }
 
-    std::vector<Text> query_;
-    int word_only_ = 0;
-    std::map<Text, unsigned> numbers_;  // of fields, by their names in small letters
-    std::map<Text, int> ids_;           // rows by identifier, as far as they were noted
     std::vector<RowPtr> shown_;
-    int keys_[2] = {0, -1}, offset_ = 0;
 };
 
 }  // namespace model

@@ -11,15 +11,16 @@
 namespace model {
 
 struct Entry {
-    unsigned row = 0;
+    Entry(unsigned shown = 0, unsigned of_group = 0) : row(shown), group(of_group) {}
+    unsigned row;
     bool tag = false;
-    unsigned group = 0;  // of chosen entries: position less rank, which neighbours share
+    unsigned group;  // of chosen entries: position less rank, which neighbours share
 };
 
 class NaiveView : public NaiveBase {
 public:
     NaiveView(Text label, Log& log, NaiveTable* table, std::shared_ptr<NaiveView> base_view)
-        : NaiveBase(std::move(label), log), table_(table), base_(std::move(base_view)) {
+        : NaiveBase(std::move(label), log, table), table_(table), base_(std::move(base_view)) {
         base()->add_listener(this);
     }
     ~NaiveView() override { base()->drop_listener(this); }
@@ -28,7 +29,7 @@ public:
         base()->drop_listener(this);
         clear();
         base_ = nullptr;
-        table_ = table;
+        data_ = table_ = table;
         table->add_listener(this);
     }
 
@@ -42,40 +43,31 @@ public:
     bool holds(int position) const { return static_cast<unsigned>(position) < size(); }
     RowPtr record(unsigned row) const override { return row < size() ? base()->record(entries[row].row) : nullptr; }
     int baseIndex(int row) const override { return holds(row) ? base()->baseIndex(base_row(row)) : 0; }
-    int match_record(int row) const override { return holds(row) ? base()->match_record(base_row(row)) : -1; }
     RowPtr operator[](int row) const { return record(static_cast<unsigned>(row)); }
     int find(const RowPtr& row) const {
         return first_where([&](unsigned i) { return row && record(i) == row; });
     }
-    int set_text(unsigned row, unsigned field, const Text& text) override {
-        return row < size() ? base()->set_text(entries[row].row, field, text) : 0;
-    }
-    using NaiveBase::set_field;
-    int set_field(unsigned row, const Cookie& id) override {
-        return row < size() ? base()->set_field(entries[row].row, id) : 0;
-    }
+    int findFirst(const char* field, const char* value, int) { return table_->findFirst(field, value, 0); }
 
     // --- Showing ---
 
-    void insert(int position, const Numbers& base_rows) {
-        const auto added = entries.insert(entries.begin() + clamped(position), base_rows.size(), Entry());
-        std::transform(base_rows.begin(), base_rows.end(), added, [](unsigned row) { return Entry{row}; });
-    }
     int displayRecordsAt(int row, int count, int position) {
         if (row < 0 || count <= 0) return 0;
-        Numbers rows(static_cast<unsigned>(count));
-        std::iota(rows.begin(), rows.end(), static_cast<unsigned>(row));
-        insert(position, rows);
+        const auto added = entries.insert(entries.begin() + clamped(position), static_cast<unsigned>(count), Entry());
+        std::iota(added, added + count, static_cast<unsigned>(row));
         return count;
     }
     void displayAllRecords() {
         remove(0, as_int(size()));
         displayRecordsAt(0, as_int(base()->size()), 0);
     }
-    void displayTaggedRecordsAt(int position) { insert(position, base()->tagged()); }
+    void displayTaggedRecordsAt(int position) {
+        const Numbers rows = base()->tagged();
+        entries.insert(entries.begin() + clamped(position), rows.begin(), rows.end());
+    }
     // The first row of the table whose field holds the value; on a base view, the first entry whose record does.
     bool displayMatchAt(const char* field, const char* value, int position) {
-        return displayRecordsAt(base_ ? row_with(field, value) : table_->findFirst(field, value, 0), 1, position) == 1;
+        return displayRecordsAt(base_ ? row_with(field, value) : findFirst(field, value, 0), 1, position) == 1;
     }
     // Through the table's map of identifiers first; what that does not know, among the rows that the base shows.
     int displayRecordsAt(const CookieVec& ids, int position) {
@@ -111,37 +103,21 @@ public:
     }
     // The message of a base: the k-th number, less k, is the row that goes at that step.
     void rows_deleted(const Numbers& numbers) override {
-        bool any = false;
-        unsigned step = 0;
-        for (const unsigned number : numbers) {
-            const unsigned gone = number - step++;
-            for (unsigned i = 0; i < size();) {
-                if (entries[i].row == gone) {
-                    remove(as_int(i), 1);
-                    any = true;
-                    continue;
-                }
-                if (entries[i].row > gone) --entries[i].row;
-                ++i;
-            }
+        const unsigned before = size();
+        for (unsigned step = 0; step < numbers.size(); ++step) {
+            const unsigned gone = numbers[step] - step;
+            const auto shows_it = [&](unsigned i) { return entries[i].row == gone; };
+            for (int at = 0; (at = first_where(shows_it)) >= 0;) remove(at, 1);
+            for (Entry& entry : entries) entry.row -= entry.row > gone;
         }
-        if (any) announce_changed();
+        if (size() < before) announce(2, " recordsChanged", {});
     }
-    void removeRecordsFromBaseView(int start, int count) {
-        if (base_)
-            take_out(range(start, count));
-        else if (count > 0)
-            remove(start, count);
+    void removeRecordsFromBaseView(int start, int count) { take_out(range(start, count)); }
+    int removeTagged() { return take_out(tagged()); }
+    int removeNonTagged() {
+        return take_out(rows_where([this](unsigned i) { return !entries[i].tag; }));
     }
-    int removeTagged() { return remove_tagged(true); }
-    int removeNonTagged() { return remove_tagged(false); }
-    int remove_tagged(bool tagged) {
-        const auto chosen = [this, tagged](unsigned i) { return entries[i].tag == tagged; };
-        if (!base_) return in_runs(chosen, [this](unsigned at, unsigned n) { remove(as_int(at), as_int(n)); });
-        const Numbers positions = rows_where(chosen);
-        take_out(positions);
-        return as_int(positions.size());
-    }
+    int delete_tagged_records() { return removeTagged(), 0; }
     int delete_at(const Numbers& positions) {
         return by_runs(positions, [this](unsigned row, unsigned length) { base()->delete_records(row, length); });
     }
@@ -166,25 +142,7 @@ public:
         return count <= 0 || size() > before ? as_int(before) : -1;
     }
 
-    int delete_tagged_records() { return removeTagged(), 0; }
-
-    // --- Of the table ---
-
-    void set_query(const dbrecord* wanted) { table_->set_query(wanted); }
-    void set_sortfield(int field) { table_->set_sortfield(field); }
-    void set_sort_offset(int to) { table_->set_sort_offset(to); }
-    int findFirst(const char* field, const char* value, int) {
-        return base_ ? base_->findFirst(field, value, 0) : table_->findFirst(field, value, 0);
-    }
-
     // --- Tags and order ---
-
-    int tag_matching_records(int) { return tagMatches(0); }
-    int tag_all_different(int field) {
-        tagDuplicates(field);
-        invert_all_tags();
-        return get_num_tags();
-    }
 
     int get_tag(unsigned row) const override { return row < size() && entries[row].tag; }
     void set_tag(unsigned row, int value) override {
@@ -193,22 +151,24 @@ public:
     void tagBaseFromTags() {
         for (const Entry& entry : entries) base()->set_tag(entry.row, entry.tag);
     }
+    int tag_matching_records(int) { return tagMatches(0); }
+    int tag_all_different(int field) {
+        tagDuplicates(field);
+        invert_all_tags();
+        return get_num_tags();
+    }
     // Tags each entry whose value is that of the entry before it.
-    int tagDuplicatesOrdered(int field) { return tag_repeats(everything(), field); }
+    int tagDuplicatesOrdered(int field) { return tag_repeats(range(0, as_int(size())), field); }
     int tagDuplicates(int field) {
-        table_->set_sortfield(field);
-        table_->prepare(0);
-        Numbers order = everything();
-        std::stable_sort(order.begin(), order.end(),
-                         [&](unsigned a, unsigned b) { return before(record(a), record(b), 1); });
+        set_sortfield(field);
+        Numbers order = range(0, as_int(size()));
+        std::ranges::stable_sort(order, data_->order(1, 0), [this](unsigned i) { return record(i); });
         set_all_tags(0);
         return tag_repeats(order, field);
     }
     void sort(int direction, int plain) {
-        table_->prepare(plain);
-        std::stable_sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
-            return before(base()->record(a.row), base()->record(b.row), direction);
-        });
+        const auto record = [this](const Entry& entry) { return base()->record(entry.row); };
+        std::ranges::stable_sort(entries, data_->order(direction, plain), record);
     }
 
     std::vector<Entry> entries;
@@ -217,7 +177,6 @@ private:
     static int as_int(std::size_t number) { return static_cast<int>(std::min<std::size_t>(number, 2147483647)); }
     int base_row(int position) const { return static_cast<int>(entries[static_cast<unsigned>(position)].row); }
     int clamped(int position) const { return std::clamp(position, 0, as_int(size())); }
-    Numbers everything() const { return range(0, as_int(size())); }
     Numbers range(int start, int count) const {
         return rows_where([=](unsigned i) { return i >= static_cast<unsigned>(start) && as_int(i) - start < count; });
     }
@@ -231,10 +190,12 @@ private:
         }
         return tagged;
     }
-    void take_out(const Numbers& positions) {
+    int take_out(const Numbers& positions) {
+        if (!base_) return in_runs(positions, [this](unsigned at, unsigned n) { remove(as_int(at), as_int(n)); });
         by_runs(positions, [this](unsigned row, unsigned length) {
             base_->removeRecordsFromBaseView(as_int(row), as_int(length));
         });
+        return as_int(positions.size());
     }
 
     // Calls act(row, length) for runs of the chosen entries until none is left: a run is a longest sequence of entries,
@@ -244,7 +205,7 @@ private:
         NaiveView left("left", log_, table_, base_);
         const std::vector<Entry>& chosen = left.entries;
         for (unsigned k = 0; k < positions.size(); ++k)
-            left.entries.push_back({entries[positions[k]].row, false, positions[k] - k});
+            left.entries.emplace_back(entries[positions[k]].row, positions[k] - k);
         int passed_over = 0;
         while (!chosen.empty()) {
             const std::size_t before = chosen.size();
@@ -261,7 +222,7 @@ private:
     }
     // The first row of the base whose field holds the value.
     int row_with(const Text& field, const Text& value) const {
-        const int number = table_->get_fieldnum(field);
+        const int number = data_->get_fieldnum(field);
         return base()->first_where([&](unsigned row) {
             return number >= 0 && base()->record(row) && value_of(base()->record(row), number) == value;
         });

@@ -13,6 +13,7 @@
 
 namespace {
 
+using testing_kit::pieces;
 using testing_kit::Random;
 using testing_kit::sign;
 using testing_kit::table_of;
@@ -22,9 +23,7 @@ using testing_kit::text_of;
 struct Order {
     const char* fields;
     std::vector<int> keys;
-    int offset;
-    int plain;
-    int direction;
+    int offset, plain, direction;
     const char* records;  // "a < b = c"; sorted so, and the other way round too
 };
 const Order kOrders[] = {
@@ -32,8 +31,7 @@ const Order kOrders[] = {
     {"a:a", {0}, 0, 1, 1, "take 10 < take 2 < Zoo = zoo < "},
     {"a:a b:a", {0, 1}, 0, 0, 1, "x,1 < x,2 < y, < ,2 = ,1 < ,"},  // after empty keys no other is looked at
     {"a:a b:a", {0, 1}, 0, 0, -1, "y, < x,2 < x,1 < ,2 < ,1 < ,"},
-    {"tc:t", {0}, 3, 1, 1, "10:00:00:05 = 10:00:00;05 < 10:00:00;24 < 10:00:01:00"},  // the timecode rule comes before
-                                                                                      // offset and flag
+    {"tc:t", {0}, 3, 1, 1, "10:00:00:05 = 10:00:00;05 < 10:00:00;24 < 10:00:01:00"},  // whatever offset and flag
     {"tc:T", {0}, 0, 1, 1, "10:00:00:05 < 10:00:00:24 < 10:00:00;05"},
     {"tc:t x:t", {0, 1}, 0, 0, 1, "a:00:00:,10:00:00;05 = a:00:00:,10:00:00:05"},  // the last such key has the rule
     {"a:a", {0}, 3, 0, 1, "x = zz < cd-aa < ab-zz"},                               // beyond the end nothing is left
@@ -44,28 +42,25 @@ const Order kOrders[] = {
 };
 
 TEST(Orders, StandAsWritten) {
-    for (const Order& row : kOrders) {
-        SCOPED_TRACE(row.records);
-        keldb table = table_of(row.fields);
+    for (auto [fields, keys, offset, plain, direction, records] : kOrders) {
+        SCOPED_TRACE(records);
+        keldb table = table_of(fields);
         std::vector<int> ranks;
-        int rank = 0;
-        for (const std::string& equal : testing_kit::pieces(row.records, '<')) {
-            for (const std::string& record : testing_kit::pieces(equal, '=')) {
+        for (const std::string& equal : pieces(records, '<')) {
+            const int rank = ranks.empty() ? 0 : ranks.back() + 1;
+            for (const std::string& record : pieces(equal, '=')) {
                 testing_kit::add_record(table, record);
                 ranks.push_back(rank);
             }
-            ++rank;
         }
-        std::vector<int> keys = row.keys;
         keys.push_back(-1);
         table.set_sortfields(keys.data());
-        table.set_sort_offset(row.offset);
-        table.sortPrepare(row.direction, row.plain);
+        table.set_sort_offset(offset);
+        table.sortPrepare(direction, plain);
+        const auto compare = direction < 0 ? kel::compare_descending : kel::compare_ascending;
         for (unsigned i = 0; i < ranks.size(); ++i) {
-            for (unsigned k = 0; k < ranks.size(); ++k) {
-                const auto compare = row.direction < 0 ? kel::compare_descending : kel::compare_ascending;
+            for (unsigned k = 0; k < ranks.size(); ++k)
                 EXPECT_EQ(sign(compare(table[i], table[k])), sign(ranks[i] - ranks[k])) << i << " and " << k;
-            }
         }
     }
     keldb table = table_of("a:a b:a | 1,2"), unprepared;
@@ -87,12 +82,9 @@ TEST(TagAllDifferent, KnowsValuesOf255BytesApart) {
     }
 }
 
-// --- Laws ---
-
 // Reflexive, antisymmetric, transitive; returns on how many triples the last could be seen.
 unsigned long long expect_an_order(keldb& table, int (*compare)(const dbrecord&, const dbrecord&) noexcept) {
     const unsigned n = table.get_num_records();
-    const auto shown = [&](unsigned a, unsigned b) { return text_of(table[a]) + " / " + text_of(table[b]); };
     std::vector<std::vector<int>> order(n, std::vector<int>(n));
     for (unsigned a = 0; a < n; ++a) {
         for (unsigned b = 0; b < n; ++b) order[a][b] = sign(compare(table[a], table[b]));
@@ -100,24 +92,23 @@ unsigned long long expect_an_order(keldb& table, int (*compare)(const dbrecord&,
     unsigned long long triples = 0;
     for (unsigned a = 0; a < n; ++a) {
         for (unsigned b = 0; b < n; ++b) {
-            if (order[a][b] != (a == b ? 0 : -order[b][a])) ADD_FAILURE() << shown(a, b);
+            bool kept = order[a][b] == (a == b ? 0 : -order[b][a]);
             for (unsigned c = 0; order[a][b] <= 0 && c < n; ++c) {
                 if (order[b][c] > 0) continue;
                 ++triples;
-                if (order[a][c] != std::min(order[a][b], order[b][c])) ADD_FAILURE() << shown(a, b) << shown(b, c);
+                kept = kept && order[a][c] == std::min(order[a][b], order[b][c]);
             }
+            EXPECT_TRUE(kept) << text_of(table[a]) << " / " << text_of(table[b]);
         }
     }
     return triples;
 }
 
 TEST(OrderLaws, HoldForEveryTripleAndSetting) {
-    std::vector<std::string> alone = testing_kit::odd_texts();
-    for (const char* timecode : {"10:00:00.05", "10:00:00:04", "10:00:01;00", "01:00:00:00", "10:00:00",
-                                 "10:00:00:", "10:00:0a:05", "10:00:0A:05", " 10:00:00:05", "10000005;"})
-        alone.emplace_back(timecode);
-    const std::vector<std::string> none = {""},
-                                   few = {"", " ", "a", "A", "take 2", "take 02", "10:00:00:05", "10:00:00;05"};
+    std::vector<std::string> alone =
+        pieces("10:00:00.05|10:00:00:04|10:00:01;00|01:00:00:00|10:00:00|10:00:00:|10:00:0a:05|10:00:0A:05|10000005;");
+    alone.insert(alone.end(), testing_kit::odd_texts().begin(), testing_kit::odd_texts().end());
+    const std::vector<std::string> none = {""}, few = pieces("| |a|A|take 2|take 02|10:00:00:05|10:00:00;05");
     unsigned long long triples = 0;
     for (const bool pairs : {false, true}) {  // every value alone; and pairs of fewer, both fields being keys
         for (const char type : {'t', 'T', 'a'}) {
@@ -145,31 +136,31 @@ TEST(OrderLaws, HoldForEveryTripleAndSetting) {
     std::printf("REL comparator_triples=%llu\n", triples);
 }
 
-// --- The keyed sort ---
-
 // Values that keep the words of sort keys equal for long, or nearly so.
 std::string value_for_sorting(Random& random, unsigned kind) {
-    const std::string number = std::string(random.below(3), '0') + std::to_string(random.below(120));
+    const auto times = [&random](unsigned below, char c) { return std::string(random.below(below), c); };
+    const bool heads = random.one_in(2);
+    const std::string number = times(3, '0') + std::to_string(random.below(120));
     switch (kind) {
     case 0:  // a common start longer than all words
-        return std::string(30 + random.below(6), random.one_in(2) ? 'p' : 'P') + number;
+        return std::string(30, heads ? 'p' : 'P') + times(6, 'p') + number;
     case 1:
-        return (random.one_in(2) ? "take " : "Take ") + number + (random.one_in(3) ? "a" : "");
-    case 2:  // and 7: in their usual form only
-    case 7: {
-        const std::string seconds = std::to_string(random.below(4)), frames = std::to_string(10 + random.below(15));
-        return kind == 2 && random.one_in(400) ? " 10:00:0"
-                                               : "10:00:0" + seconds + (random.one_in(4) ? ';' : ':') + frames;
-    }
+        return (heads ? "take " : "Take ") + number + (random.one_in(3) ? "a" : "");
+    case 2:
+        if (random.one_in(400)) return " 10:00:0";
+        [[fallthrough]];
+    case 7:  // timecodes in their usual form only
+        return "10:00:0" + std::to_string(random.below(4)) + (random.one_in(4) ? ';' : ':') +
+               std::to_string(10 + random.below(15));
     case 3:
         return random.of(testing_kit::odd_texts());
     case 4:  // runs that are too long for one byte of length, too
-        return std::string(random.below(random.one_in(2) ? 40 : 270), '7') + std::string(random.below(2), ' ') + number;
+        return times(heads ? 40 : 270, '7') + times(2, ' ') + number;
     case 5:  // a run of zeros where a word of a key ends
-        return std::string("abcdefghijklmnopqrstuvwxyz").substr(0, 5 + random.below(20)) +
-               std::string(random.below(3), '0') + (random.one_in(2) ? "x" : "y") + (random.one_in(2) ? "" : number);
+        return std::string("abcdefghijklmnopqrstuvwxyz").substr(0, 5 + random.below(20)) + times(3, '0') +
+               (heads ? "x" : "y") + (random.one_in(2) ? "" : number);
     default:
-        return std::string(random.below(4), ' ') + static_cast<char>(random.one_in(9) ? 0 : 'a' + random.below(4));
+        return times(4, ' ') + static_cast<char>(random.one_in(9) ? 0 : 'a' + random.below(4));
     }
 }
 
@@ -188,25 +179,22 @@ TEST(KeyedSort, EqualsAStableSortByTheComparison) {
                 if (!random.one_in(30)) table.setField(row, i, String(value_for_sorting(random, kind)));
             }
         }
-        int keys[4];
-        for (int& key : keys) key = random.one_in(3) ? -1 : static_cast<int>(random.below(3));
-        keys[0] = static_cast<int>(random.below(3)), keys[3] = -1;
-        if (by_timecode) keys[1] = -1;
+        const auto key = [&](bool none) { return none ? -1 : static_cast<int>(random.below(3)); };
+        int keys[] = {key(false), key(by_timecode || random.one_in(3)), key(random.one_in(3)), -1};
         table.set_sortfields(keys);
         table.set_sort_offset(random.of(std::vector<int>{0, 0, 3, -2, -300, 33}));
         std::vector<const dbrecord*> records;
         for (unsigned row = 0; row < table.get_num_records(); ++row)
             records.push_back(random.one_in(200) ? nullptr : table.get_record(row));
         for (const int direction : {1, -1}) {
+            const auto compare = direction < 0 ? kel::compare_descending : kel::compare_ascending;
             table.sortPrepare(direction, static_cast<int>(seed % 2));
             std::vector<std::uint32_t> expected(records.size());
             std::iota(expected.begin(), expected.end(), 0U);
             std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t a, std::uint32_t b) {
-                if (!records[a] || !records[b]) return records[a] && !records[b];
-                return (direction < 0 ? kel::compare_descending : kel::compare_ascending)(*records[a], *records[b]) < 0;
+                return records[a] && (!records[b] || compare(*records[a], *records[b]) < 0);
             });
-            ASSERT_EQ(kel::sorted_order(records, direction), expected)
-                << "seed " << seed << ", direction " << direction;
+            ASSERT_EQ(kel::sorted_order(records, direction), expected) << "seed " << seed << ' ' << direction;
         }
     }
 }

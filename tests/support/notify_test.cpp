@@ -10,9 +10,12 @@
 #include <tuple>
 #include <utility>
 
+#include "tests/testing/announcements.h"
 #include "tests/testing/table_text.h"
 
 namespace {
+
+using testing_kit::listen;
 
 constexpr int kType = 1, kOtherType = 2;
 
@@ -34,33 +37,21 @@ struct Stage {
         return heard;
     }
 
-    struct Listener : NotifyCallback {
-        Listener(Stage& stage, char name, std::string script)
-            : stage_(stage), name_(name), script_(std::move(script)) {}
-        int call(const NotifyMsg&) override {
-            stage_.heard += name_;
-            const std::string script = std::exchange(script_, "");
-            for (std::size_t i = 0; i < script.size(); ++i) {
-                if (script[i] == '-') stage_.notifier.deregisterNotification(stage_.guards[script[++i]]);
-                if (script[i] == '+') stage_.add(script[++i], "");
-                if (script[i] == '^') throw std::bad_alloc();
-                if (script[i] == '!') {
-                    stage_.heard += "[";
-                    stage_.notifier.call(NotifyMsg(nullptr), kType);
-                    stage_.heard += "]";
-                }
+    void add(char name, const std::string& its_script) {
+        guards[name] = listen(notifier, kType, [this, name, script = its_script](const NotifyMsg&) mutable {
+            heard += name;
+            const std::string now = std::exchange(script, "");
+            for (std::size_t i = 0; i < now.size(); ++i) {
+                if (now[i] == '-') notifier.deregisterNotification(guards[now[++i]]);
+                if (now[i] == '+') add(now[++i], "");
+                if (now[i] == '^') throw std::bad_alloc();
+                if (now[i] != '!') continue;
+                heard += '[';
+                notifier.call(NotifyMsg(nullptr), kType);
+                heard += ']';
             }
-            EXPECT_EQ(script_, "");  // it is still there
-            return 0;
-        }
-        Stage& stage_;
-        char name_;
-        std::string script_;
-    };
-
-    void add(char name, const std::string& script) {
-        const Qv::Ptr<NotifyCallback> listener(new Listener(*this, name, script));
-        guards[name] = notifier.registerNotification(listener, kType);
+            EXPECT_EQ(script, "");  // it is still there
+        });
     }
 
     std::map<char, Qv::Ptr<Qv::Guard>> guards;
@@ -94,10 +85,7 @@ TEST(Notifier, ListenersMayDoAnythingButDestroyIt) {
 }
 
 TEST(Notifier, RegistrationsEndWithTheirGuardOrTheAnnouncer) {
-    struct Deaf : NotifyCallback {
-        int call(const NotifyMsg&) override { return 0; }
-    };
-    const Qv::Ptr<NotifyCallback> callback(new Deaf);
+    const Qv::Ptr<NotifyCallback> callback(new testing_kit::Callback([](const NotifyMsg&) {}));
     Qv::Ptr<Qv::Guard> ended, guard;
     {
         Notifier notifier, other;

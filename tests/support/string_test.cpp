@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <barrier>
 #include <climits>
 #include <functional>
 #include <random>
@@ -81,9 +81,9 @@ TEST(String, ThreadsMayShareAText) {
     {
         const String text(std::string(100, 's').c_str()), shared(text);
         EXPECT_EQ(shared.c_str(), text.c_str());
-        std::atomic<int> ready{0};
-        const auto copy = [&ready, text] {
-            for (++ready; ready < 2;) std::this_thread::yield();
+        std::barrier both(2);
+        const auto copy = [&both, text] {
+            both.arrive_and_wait();
             for (int i = 0; i < 300'000; ++i) ASSERT_EQ(String(text).size(), 100U);
         };
         std::thread other(copy);

@@ -14,27 +14,24 @@
 
 #include "keldb/support/read_window.h"
 #include "tests/testing/faulty_platform.h"
+#include "tests/testing/table_text.h"
 #include "tests/testing/temp_dir.h"
 #include "tests/testing/texts.h"
 
 namespace {
 
+using namespace std::string_view_literals;
+using testing_kit::Fault;
+using testing_kit::FaultyPlatform;
 using testing_kit::TempDir;
 using testing_kit::wide;
 using Lines = std::vector<std::string>;
 
-// The plain rule, one byte at a time.
-Lines naive_lines(const std::string& bytes) {
-    Lines lines;
-    std::string line;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '\n') {
-            lines.push_back(std::exchange(line, ""));
-        } else if (!bytes.substr(i).starts_with("\r\n")) {
-            line += bytes[i];
-        }
-    }
-    if (!bytes.empty() && bytes.back() != '\n') lines.push_back(line);
+// The plain rule.
+Lines naive_lines(std::string bytes) {
+    for (std::size_t at = 0; (at = bytes.find("\r\n", at)) != std::string::npos; ++at) bytes.erase(at, 1);
+    Lines lines = testing_kit::pieces(bytes, '\n');
+    if (lines.back().empty()) lines.pop_back();
     return lines;
 }
 
@@ -50,23 +47,14 @@ Lines lines_in_turn(TextFile& file) {
         EXPECT_EQ(file.lineNumber(), lines.size());
         lines.emplace_back(file.getLine().view());
     }
-    EXPECT_EQ(file.nextLine(), "");
+    EXPECT_TRUE(file.nextLine().empty() && !file.readFailed());
     return lines;
 }
-
-struct Trickle : PlatformService {
-    ssize_t read(int file, void* buffer, std::size_t bytes) override {
-        return PlatformService::read(file, buffer, std::min(bytes, most));
-    }
-    std::size_t most = 1;
-};
 
 Lines lines_through_window(const std::string& path) {
     TextFile file;
     EXPECT_TRUE(file.loadLineByLine(wide(path)));
-    const Lines lines = lines_in_turn(file);
-    EXPECT_FALSE(file.readFailed());
-    return lines;
+    return lines_in_turn(file);
 }
 
 TEST(TextFile, SplitsEveryShortTextAndGrows) {
@@ -78,9 +66,8 @@ TEST(TextFile, SplitsEveryShortTextAndGrows) {
             ASSERT_EQ(lines_by_number(file), lines);
             ASSERT_EQ(lines_in_turn(file), lines);
             if (text.size() <= 4) testing_kit::write_file(folder.path("lines"), bytes);
-            Trickle platform;
-            const testing_kit::UsePlatform in_place(platform);
-            for (; text.size() <= 4 && platform.most <= 4; platform.most += 3) {
+            for (int most = 1; text.size() <= 4 && most <= 4; most += 3) {
+                const FaultyPlatform trickle({Fault::kTrickle, most});
                 ASSERT_EQ(lines_through_window(folder.path("lines")), lines) << bytes;
             }
             file.appendLine(file.line(0));  // its own text
@@ -97,28 +84,26 @@ TEST(TextFile, SplitsEveryShortTextAndGrows) {
 TEST(TextFile, CannotLoadWhatIsNoFile) {
     const TempDir folder;
     testing_kit::write_file(folder.path("file"), "text");
-    for (const std::string& path :
-         {folder.path("missing"), folder.path(), folder.path(std::string_view("file\0", 5))}) {
+    for (const std::string_view name : {"missing"sv, ""sv, "file\0"sv}) {
+        const WString path = wide(folder.path(name));
         TextFile file = TextFile::fromBytes("old\n");
-        EXPECT_FALSE(file.load(wide(path), '\n', false) || file.numLines() != 0 || file.loadLineByLine(wide(path)))
-            << path;
+        EXPECT_FALSE(file.load(path, '\n', false) || file.numLines() != 0 || file.loadLineByLine(path)) << name;
     }
 }
 
 TEST(TextFile, GoesThroughAPipe) {
     const TempDir folder;
+    const WString pipe = wide(folder.path("pipe"));
     ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     const std::string sent = "a\n" + std::string(200'000, 'x') + "\nend\n";
-    std::thread writer([&] { EXPECT_TRUE(TextFile::fromBytes(sent).save(wide(folder.path("pipe")), 1)); });
+    std::thread writer([&] { EXPECT_TRUE(TextFile::fromBytes(sent).save(pipe, 1)); });
     TextFile received;
-    EXPECT_TRUE(received.load(wide(folder.path("pipe")), '\n', false));
+    EXPECT_TRUE(received.load(pipe, '\n', false));
     writer.join();
-    EXPECT_EQ(received.bytes(), sent);
-    EXPECT_TRUE(std::filesystem::is_fifo(folder.path("pipe")));
+    EXPECT_TRUE(received.bytes() == sent && std::filesystem::is_fifo(folder.path("pipe")));
 }
 
 TEST(TextFile, AFaultyReadIsNoShorterFile) {
-    using testing_kit::Fault;
     const TempDir folder;
     const WString path = wide(folder.path("lines"));
     std::string bytes;  // more than one window
@@ -129,8 +114,7 @@ TEST(TextFile, AFaultyReadIsNoShorterFile) {
         for (const Fault fault : {Fault{Fault::kError, EIO}, Fault{Fault::kError, EINTR}, Fault{Fault::kShort}}) {
             bool struck = true;
             for (long at = 0; struck; ++at) {
-                testing_kit::FaultyPlatform platform(fault, at);
-                const testing_kit::UsePlatform in_place(platform);
+                const FaultyPlatform platform(fault, at);
                 TextFile file = TextFile::fromBytes("old\n");
                 bool loaded = by_line ? file.loadLineByLine(path) : file.load(path, '\n', false);
                 std::string seen;
@@ -138,7 +122,7 @@ TEST(TextFile, AFaultyReadIsNoShorterFile) {
                 loaded = loaded && !file.readFailed();
                 file = TextFile();
                 struck = platform.struck();
-                const std::string& where = platform.struck_operation();
+                const std::string where = platform.struck_operation();
                 const bool harmless = !struck || fault.kind == Fault::kShort || fault.code == EINTR ||
                                       where == "close" || where == "fileStat";
                 ASSERT_EQ(loaded, harmless) << where;

@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing_kit::Announcements;
-using testing_kit::table_of;
-using testing_kit::text_of;
+using namespace testing_kit;
 
 // --- Life and fields ---
 
@@ -49,8 +47,7 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
     table.free();
     EXPECT_EQ(text_of(table) + std::to_string(table.get_num_params()), "0");
     EXPECT_EQ(table.get_valid() + table.is_error() + table.get_changed() + table.get_show_tags_only(), 0);
-    EXPECT_EQ(table.addField({"again", DBFieldTypes::text}), 0U);
-    EXPECT_EQ(table.add_records(1), 0);
+    EXPECT_EQ(table.addField({"again", DBFieldTypes::text}) + static_cast<unsigned>(table.add_records(1)), 0U);
     EXPECT_TRUE(table.ok());
 }
 
@@ -58,8 +55,7 @@ TEST(TableFields, TakeAtMostWhatARecordCounts) {
     keldb table(std::vector<DBFieldDesc>(70000, {"", DBFieldTypes::text}));
     table.add_records(1);
     EXPECT_EQ(table.addField({"one more", DBFieldTypes::text}), 65535U);
-    EXPECT_EQ(table.get_num_fields(), 65535U);
-    EXPECT_TRUE(table.ok());
+    EXPECT_TRUE(table.get_num_fields() == 65535U && table.ok());
 }
 
 TEST(TableFields, LoseAmpersandsUnlessTheSettingSaysOtherwise) {
@@ -85,22 +81,20 @@ TEST(TableTags, ShownAloneKnowTheirNumbers) {
 TEST(TableUpdates, AnnounceTheIdentifiersOfTheOutermostBracket) {
     const char* const log = "name:a notes:a Cookie:a | n,x,M1 | n,y,I7 | n,z, | n,w,Interview 1";
     const char* const kRows[][3] = {
-        {log, "b +A b +B e", ""},
-        {log, "b +A b +B e e", "!A,B"},
-        {log, "+A e b e", ""},
-        {log, "b u0 +A +A e", "!M1,A,A"},
-        {log, "b u1 u2 u9 u3 e", "!Interview 1"},
+        // clang-format off
+        {log, "b +A b +B e", ""}, {log, "b +A b +B e e", "!A,B"}, {log, "+A e b e", ""},
+        {log, "b u0 +A +A e", "!M1,A,A"}, {log, "b u1 u2 u9 u3 e", "!Interview 1"},
         // one of the label fields is missing
-        {"name:a Cookie:a | n,M1", "b u0 e", ""},
-        {"notes:a Cookie:a | n,M1", "b u0 e", ""},
+        {"name:a Cookie:a | n,M1", "b u0 e", ""}, {"notes:a Cookie:a | n,M1", "b u0 e", ""},
         {"name:a notes:a | n,x", "b u0 e", ""},
+        // clang-format on
     };
     configb block;
     for (const auto& [fields, script, announced] : kRows) {
         SCOPED_TRACE(script);
         keldb table = table_of(fields);
         Announcements said(table);
-        for (const std::string& step : testing_kit::pieces(script, ' ')) {
+        for (const std::string& step : pieces(script, ' ')) {
             if (step[0] == 'b') table.beginUpdate();
             if (step[0] == 'e') table.endUpdate();
             if (step[0] == 'u') table.update(&block, step[1] - '0');
@@ -164,9 +158,8 @@ TEST(TableAssignment, TakesEverythingAndSharesNothingButTheCallersKeys) {
     }
     EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *a,09,M2 | *c,,M3");
     EXPECT_STREQ(target.get_param_val("KELDB"), "Rev 9");
-    EXPECT_EQ(target.get_filename(), WString(L"/nowhere"));
-    EXPECT_TRUE(target.is_error() && target.get_changed() && target.match_record(0) == 0);
-    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 1);
+    EXPECT_TRUE(target.get_filename() == WString(L"/nowhere") && target.match_record(0) == 0);
+    EXPECT_EQ(target.is_error() + target.get_changed() + target.getRowIndexByID(Cookie("M3", false)), 3);
     target.endUpdate();
     EXPECT_EQ(kept.take(), "!M1");
     target.set_show_tags_only(0);
@@ -209,33 +202,28 @@ TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
     shown.set_show_tags_only(1);
     EXPECT_EQ(shown.merge_all_matching(&table) + shown.add_keldb(&shown), 0);  // takes nothing in
     EXPECT_EQ(table.merge_all_matching(&shown), 1);                            // and gives what it shows
-    EXPECT_EQ(text_of(table), "a:a b:a | *1,x | 2,y | 1,x | 2,y | 1,");
     EXPECT_EQ(table.add_keldb(nullptr) + table.add_keldb(&shown), -2);
     table.copy_record(1, &table, 4);
     table.copy_record(0, &shown, 0);  // of another width: nothing
     table.copy_record(0, nullptr, 0);
-    EXPECT_EQ(table.getField(1, 0), "1");
-    EXPECT_EQ(table.getField(0, 1), "x");
+    EXPECT_EQ(text_of(table), "a:a b:a | *1,x | 1, | 1,x | 2,y | 1,");
 }
 
 // --- Parts that a table is made of ---
 
 TEST(ParameterList, KeepsTheRevisionFirstAndMatchesNamesIgnoringCase) {
-    using Outcome = kel::ParameterList::Outcome;
-    constexpr auto refused = Outcome::refused, changed = Outcome::changed, unchanged = Outcome::unchanged;
+    using enum kel::ParameterList::Outcome;
     const struct {
         const char *name, *value;
-        Outcome outcome;
+        kel::ParameterList::Outcome outcome;
         const char* after;  // of the calls so far
     } kCalls[] = {
-        {nullptr, "v", refused, ""},
-        {"n", nullptr, refused, ""},
-        {"", "v", refused, ""},
-        {"KELDB", "x", refused, "KELDB=Rev 1 "},
-        {"Name", "clip", changed, "KELDB=Rev 1 Name=clip "},
-        {"name", "clip", unchanged, "KELDB=Rev 1 Name=clip "},
-        {"NAME", "", changed, "KELDB=Rev 1 Name= "},
+        // clang-format off
+        {nullptr, "v", refused, ""}, {"n", nullptr, refused, ""}, {"", "v", refused, ""},
+        {"KELDB", "x", refused, "KELDB=Rev 1 "}, {"Name", "clip", changed, "KELDB=Rev 1 Name=clip "},
+        {"name", "clip", unchanged, "KELDB=Rev 1 Name=clip "}, {"NAME", "", changed, "KELDB=Rev 1 Name= "},
         {"keldb", "Rev 9", changed, "KELDB=Rev 9 Name= "},
+        // clang-format on
     };
     kel::ParameterList list;
     for (const auto& call : kCalls) {
@@ -251,22 +239,19 @@ TEST(ParameterList, KeepsTheRevisionFirstAndMatchesNamesIgnoringCase) {
 }
 
 TEST(RowIds, AgreeWithAMap) {
-    testing_kit::Random random(5);
-    for (int run = 0; run < 40; ++run) {
-        kel::RowIds ids;
-        std::map<std::string, int> twin;
-        for (int step = 0; step < 300; ++step) {
-            const std::string id = "M" + std::to_string(random.below(150)) + std::string(random.below(3), '\0');
-            const int row = static_cast<int>(random.below(1000));
-            const unsigned what = random.below(50);
-            if (what == 0) ids.clear(), twin.clear();
-            if (what == 1) ids.reserve(random.below(200));
-            if (what % 2 == 0) ids.put(Cookie(String(id), false), row), twin[id] = row;
-            if (what % 2 == 1) ids.put_first(Cookie(String(id), false), row), twin.try_emplace(id, row);
-            const std::string asked = "M" + std::to_string(random.below(150));
-            ASSERT_EQ(ids.find(asked), twin.contains(asked) ? twin[asked] : -1);
-        }
-        for (const auto& [id, row] : twin) ASSERT_EQ(ids.find(id), row);
+    Random random(5);
+    kel::RowIds ids;
+    std::map<std::string, int> twin;
+    for (int step = 0; step < 12000; ++step) {
+        const std::string id = "M" + std::to_string(random.below(150)) + std::string(random.below(3), '\0');
+        const int row = static_cast<int>(random.below(1000));
+        const unsigned what = random.below(600);
+        if (what == 0) ids.clear(), twin.clear();
+        if (what < 9) ids.reserve(random.below(200));
+        if (what % 2 == 0) ids.put(Cookie(String(id), false), row), twin[id] = row;
+        if (what % 2 == 1) ids.put_first(Cookie(String(id), false), row), twin.try_emplace(id, row);
+        const std::string asked = "M" + std::to_string(random.below(150));
+        ASSERT_EQ(ids.find(asked), twin.contains(asked) ? twin[asked] : -1);
         ASSERT_TRUE(ids.ok());
     }
 }

@@ -56,7 +56,6 @@ AllocationFaults::AllocationFaults(long at, bool after) {
     ::and_after = after;
     until_fault = at;
 }
-
 void AllocationFaults::stop() { until_fault = -1; }
 bool AllocationFaults::struck() const { return fault_struck; }
 
@@ -74,5 +73,3 @@ void operator delete(void* p) noexcept { give_back(p); }
 void operator delete[](void* p) noexcept { give_back(p); }
 void operator delete(void* p, std::size_t) noexcept { give_back(p); }
 void operator delete[](void* p, std::size_t) noexcept { give_back(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { give_back(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { give_back(p); }

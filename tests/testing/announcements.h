@@ -34,14 +34,13 @@ public:
             std::string text(message.text().view());
             const bool usual = text.ends_with(' ') && !message.payload();
             if (usual) text.pop_back(), std::replace(text.begin(), text.end(), ' ', ',');
-            add((usual ? "-" : "?") + text);
+            heard_ += (heard_.empty() ? "" : " ") + ((usual ? "-" : "?") + text);
         });
         guards_[1] = listen(announcer, kel::records_changed_type(), [this](const auto& message) {
-            std::string text = "!" + std::string(message.text().view());
+            heard_ += (heard_.empty() ? "!" : " !") + std::string(message.text().view());
             const auto* const ids = dynamic_cast<const WrappedData<CookieVec>*>(message.payload().get());
             for (std::size_t i = 0; ids && i < ids->data().size(); ++i)
-                text += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
-            add(text);
+                heard_ += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
         });
     }
     ~Announcements() {
@@ -54,8 +53,6 @@ public:
     std::string take() { return std::exchange(heard_, {}); }
 
 private:
-    void add(const std::string& text) { heard_ += (heard_.empty() ? "" : " ") + text; }
-
     Notifier& announcer_;
     Qv::Ptr<Qv::Guard> guards_[2];
     std::string heard_;

@@ -1,10 +1,12 @@
-// A platform service whose n-th file operation fails as a broken disk, a full one or a dying machine would fail it. A
-// sweep raises n until `struck()` stays false: then the work has been done once without any fault.
+// A platform service, in place while it lives, whose n-th file operation fails as a broken disk, a full one or a dying
+// machine would fail it. A sweep raises n until `struck()` stays false: then the work has been done once without a
+// fault.
 #ifndef KELDB_TESTS_TESTING_FAULTY_PLATFORM_H
 #define KELDB_TESTS_TESTING_FAULTY_PLATFORM_H
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -15,10 +17,11 @@ namespace testing_kit {
 
 struct Fault {
     enum Kind {
-        kError,  // returns -1 with `code` in errno, nothing done; a close has closed all the same
-        kShort,  // a read or write moves half of what was asked for; other operations work
-        kNone,   // a write takes nothing and says 0; other operations work
-        kDie,    // the process ends there and then
+        kError,    // returns -1 with `code` in errno, nothing done; a close has closed all the same
+        kShort,    // a read or write moves half of what was asked for; other operations work
+        kNone,     // a write takes nothing and says 0; other operations work
+        kTrickle,  // this and every other read or write moves `code` bytes at most; other operations work
+        kDie,      // the process ends there and then
     } kind = kError;
     int code = EIO;
 };
@@ -30,28 +33,26 @@ class FaultyPlatform : public PlatformService {
     using Base = PlatformService;
 
 public:
-    explicit FaultyPlatform(Fault fault = {}, long at = -1) : fault_(fault), at_(at) {}
+    explicit FaultyPlatform(Fault fault, long at = 0) : fault_(fault), at_(at), before_(setOS(this)) {}
+    ~FaultyPlatform() override { setOS(before_); }
+    FaultyPlatform(const FaultyPlatform&) = delete;
+    FaultyPlatform& operator=(const FaultyPlatform&) = delete;
 
     bool struck() const { return struck_; }
     const std::vector<std::string>& log() const { return log_; }  // names of the operations so far, in order
     std::string struck_operation() const { return struck_ ? log_[static_cast<std::size_t>(at_)] : "nothing"; }
 
-    int open(const char* path, int flags, mode_t mode) override {
-        return fails("open") ? -1 : Base::open(path, flags, mode);
+    int open(const char* p, int flags, mode_t mode) override { return fails("open") ? -1 : Base::open(p, flags, mode); }
+    ssize_t read(int file, void* to, std::size_t n) override {
+        return fails("read") ? -1 : Base::read(file, to, part_of(n));
     }
-    ssize_t read(int file, void* buffer, std::size_t bytes) override {
-        return fails("read") ? -1 : Base::read(file, buffer, part_of(bytes));
-    }
-    ssize_t write(int file, const void* buffer, std::size_t bytes) override {
-        return fails("write") ? -1 : Base::write(file, buffer, part_of(bytes));
+    ssize_t write(int file, const void* from, std::size_t n) override {
+        return fails("write") ? -1 : Base::write(file, from, part_of(n));
     }
     int sync(int file) override { return fails("sync") ? -1 : Base::sync(file); }
     int close(int file) override {
-        const bool failing = fails("close");
-        const int error = errno;
         const int result = Base::close(file);
-        errno = failing ? error : errno;
-        return failing ? -1 : result;
+        return fails("close") ? -1 : result;
     }
     int stat(const char* path, struct ::stat* out) override { return fails("stat") ? -1 : Base::stat(path, out); }
     int fileStat(int file, struct ::stat* out) override { return fails("fileStat") ? -1 : Base::fileStat(file, out); }
@@ -77,26 +78,16 @@ private:
         return true;
     }
     std::size_t part_of(std::size_t bytes) const {
+        if (fault_.kind == Fault::kTrickle) return std::min(bytes, static_cast<std::size_t>(fault_.code));
         return now_ && fault_.kind == Fault::kShort ? (bytes + 1) / 2 : now_ && fault_.kind == Fault::kNone ? 0 : bytes;
     }
 
     Fault fault_;
     long at_;
+    PlatformService* before_;
     bool now_ = false;
     bool struck_ = false;
     std::vector<std::string> log_;
-};
-
-// Puts a service in place for a scope.
-class UsePlatform {
-public:
-    explicit UsePlatform(PlatformService& service) : before_(setOS(&service)) {}
-    ~UsePlatform() { setOS(before_); }
-    UsePlatform(const UsePlatform&) = delete;
-    UsePlatform& operator=(const UsePlatform&) = delete;
-
-private:
-    PlatformService* before_;
 };
 
 }  // namespace testing_kit

@@ -49,12 +49,12 @@ struct PlainTable {
 inline constexpr int kAllRecords = std::numeric_limits<int>::max();
 
 // Loads what loadFromFile would load from a file of these bytes.
-inline void load_bytes(keldb& table, std::string_view bytes, bool comma_separated = false, LoadReport* report = nullptr,
-                       int most = kAllRecords) {
+inline void load_bytes(keldb& table, std::string_view bytes, bool comma_separated = false,
+                       LoadReport* report = nullptr) {
     if (report) *report = LoadReport();
     table.free();
     TextFile file = TextFile::fromBytes(bytes);
-    kel::TableReader(table, file, report).load(comma_separated, most);
+    kel::TableReader(table, file, report).load(comma_separated, kAllRecords);
 }
 
 inline PlainTable loaded(std::string_view bytes) {

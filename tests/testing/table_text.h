@@ -19,7 +19,7 @@
 
 namespace testing_kit {
 
-inline std::vector<std::string> pieces(std::string_view text, char separator) {
+inline std::vector<std::string> pieces(std::string_view text, char separator = '|') {
     std::vector<std::string> found;
     for (;;) {
         const std::size_t end = text.find(separator);

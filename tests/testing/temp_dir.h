@@ -21,9 +21,7 @@ namespace testing_kit {
 class TempDir {
 public:
     TempDir() : path_((std::filesystem::temp_directory_path() / "keldb_XXXXXX").string()) {
-        if (!::mkdtemp(path_.data())) {
-            throw std::runtime_error("no temporary folder: " + path_);
-        }
+        if (!::mkdtemp(path_.data())) throw std::runtime_error("no temporary folder: " + path_);
     }
     ~TempDir() {
         std::error_code ignored;
@@ -54,9 +52,7 @@ inline std::string file_bytes(const std::string& path) {
 // Everything in a folder, hidden names too, in order.
 inline std::vector<std::string> names_in(const std::string& folder) {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        names.push_back(entry.path().filename().string());
-    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
 }

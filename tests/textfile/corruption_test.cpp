@@ -1,13 +1,7 @@
 // A damaged file keeps the records before the damage, or is refused; no record ever has a wrong number of fields.
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <iostream>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 #include "keldb/support/log.h"
 #include "tests/testing/plain_table.h"
@@ -15,7 +9,7 @@
 
 namespace {
 
-using testing_kit::PlainTable;
+using namespace testing_kit;
 
 const std::string kFile =
     "\"KELDB:Rev 1\"\n\"owner:ed\"\n\"day:12, night\"\n\"KELDB\"\n"
@@ -34,7 +28,6 @@ struct Corruption : testing::Test {
         setLogSink([](const char*, void*) {}, nullptr);
     }
     ~Corruption() override {
-        setLogSink(nullptr, nullptr);
         std::cout << "REL damaged_files=" << files << "\nREL silent_losses=" << silent_losses
                   << "\nREL silent_losses_without_finding=" << unreported << '\n';
     }
@@ -42,25 +35,25 @@ struct Corruption : testing::Test {
     // Loads the damaged bytes, which are the file's own up to some place.
     void check(const std::string& bytes) {
         ++files;
-        ASSERT_EQ(testing_kit::load_fault(bytes, false), "") << bytes;
+        ASSERT_EQ(load_fault(bytes, false), "") << bytes;
         keldb table;
         LoadReport report;
-        testing_kit::load_bytes(table, bytes, false, &report);
-        const PlainTable damaged(table);
+        load_bytes(table, bytes, false, &report);
+        PlainTable damaged(table);
         if (!damaged.valid) return;
         const bool silent = table.is_error() == 0 && damaged.records.size() < original.records.size();
         silent_losses += silent ? 1 : 0;
         unreported += silent && report.findings.empty() ? 1 : 0;
         const auto place = std::mismatch(kFile.begin(), kFile.end(), bytes.begin(), bytes.end()).first;
         const long whole = std::count(kFile.begin(), place, '\n') - kHeaderLines;
-        const auto kept = [whole](const PlainTable& t) {
-            const auto end = t.records.begin() + std::min(whole, std::ssize(t.records));
-            return std::tuple(t.parameters, t.fields, std::vector(t.records.begin(), end));
-        };
-        EXPECT_TRUE(whole < 0 || kept(damaged) == kept(original)) << bytes;
+        if (whole < 0) return;
+        damaged.records.resize(static_cast<std::size_t>(whole));
+        EXPECT_TRUE(damaged.parameters == original.parameters && damaged.fields == original.fields &&
+                    std::equal(damaged.records.begin(), damaged.records.end(), original.records.begin()))
+            << bytes;
     }
 
-    const PlainTable original = testing_kit::loaded(kFile);
+    const PlainTable original = loaded(kFile);
     int files = 0, silent_losses = 0, unreported = 0;
 };
 
@@ -71,28 +64,21 @@ TEST_F(Corruption, OfTheEnd) {
 
 TEST_F(Corruption, OfAByte) {
     for (std::size_t place = 0; place < kFile.size(); ++place) {
-        std::string changed = kFile;
-        for (int bit = 0; bit < 8; ++bit) {
-            changed[place] = static_cast<char>(kFile[place] ^ (1 << bit));
-            check(changed);
-        }
-        for (const char c : {'\0', '\x80', '\xFF', '"', ',', '\n', ' ', '\\'}) {
-            changed[place] = c;
-            check(changed);
-        }
+        std::string others("\0\x80\xFF\",\n \\", 8);
+        for (int bit = 0; bit < 8; ++bit) others += static_cast<char>(kFile[place] ^ (1 << bit));
+        for (const char other : others) check(std::string(kFile).replace(place, 1, 1, other));
         check(std::string(kFile).erase(place, 1));
         check(std::string(kFile).insert(place, 1, kFile[place]));
     }
 }
 
 TEST_F(Corruption, OfTheOrderOfLines) {
-    const auto lines = testing_kit::pieces(kFile.substr(0, kFile.size() - 1), '\n');
+    const auto lines = pieces(kFile.substr(0, kFile.size() - 1), '\n');
     for (std::size_t first = 0; first < lines.size(); ++first) {
         for (std::size_t second = first + 1; second < lines.size(); ++second) {
-            auto swapped = lines;
-            std::swap(swapped[first], swapped[second]);
             std::string bytes;
-            for (const std::string& line : swapped) bytes += line + '\n';
+            for (std::size_t i = 0; i < lines.size(); ++i)
+                bytes += lines[i == first ? second : i == second ? first : i] + '\n';
             check(bytes);
         }
     }

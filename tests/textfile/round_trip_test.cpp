@@ -1,14 +1,8 @@
 // Saving tables: the bytes that are written, and that loading them gives back everything but what storage_losses names.
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <iostream>
 #include <set>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 #include "keldb/support/log.h"
 #include "tests/testing/plain_table.h"
@@ -18,34 +12,23 @@
 
 namespace {
 
-using testing_kit::PlainTable;
-using testing_kit::Random;
-using testing_kit::table_of;
-using testing_kit::text_of;
+using namespace testing_kit;
 using Kind = StorageLoss::Kind;
 using Reason = StorageLoss::Reason;
-using Save = int (keldb::*)();
-
-constexpr const char* kExample = R"("KELDB:Rev 1"
-"owner:ed"
-"KELDB"
-"32","11","1"
-"text","timecode","numeric"
-"Name","Start","TAG"
-"Reel ""7""","10:00:00:00","1"
-"two\nlines","","0"
-"Reel ""7""","10:00:00:00","x"
-)";
 
 // Every record gets its own tag, also those that are not shown; a save of the tagged ones stores none.
 TEST(Writer, SavesTheExampleAndReadsItBack) {
-    const testing_kit::TempDir folder;
-    const WString path = testing_kit::wide(folder.path("log"));
-    const std::vector<std::string> lines = testing_kit::pieces(kExample, '\n');
-    const std::tuple<Save, int, const char*> kSaves[] = {{&keldb::save_text_without_header, 2, "12678"},
-                                                         {&keldb::save_tags, 1, "1234569"},
-                                                         {&keldb::save_text, 2, "12345678"}};
-    for (const auto& [how, saved, numbers] : kSaves) {
+    const std::string parameters = "\"KELDB:Rev 1\"\n\"owner:ed\"\n",
+                      header = "\"KELDB\"\n\"32\",\"11\",\"1\"\n\"text\",\"timecode\",\"numeric\"\n",
+                      names = "\"Name\",\"Start\",\"TAG\"\n", reel = "\"Reel \"\"7\"\"\",\"10:00:00:00\",",
+                      both = names + reel + "\"1\"\n\"two\\nlines\",\"\",\"0\"\n";
+    const std::tuple<int (keldb::*)(), int, std::string> kSaves[] = {
+        {&keldb::save_text_without_header, 2, parameters + both},
+        {&keldb::save_tags, 1, parameters + header + names + reel + "\"x\"\n"},
+        {&keldb::save_text, 2, parameters + header + both}};
+    const TempDir folder;
+    const WString path = wide(folder.path("log"));
+    for (const auto& [how, saved, bytes] : kSaves) {
         const bool tags = how == &keldb::save_tags;
         keldb table = table_of("Name:a Start:t TAG:n | *Reel \"7\",10:00:00:00,x | ,,7");
         table.add_param("owner", "ed");
@@ -53,19 +36,15 @@ TEST(Writer, SavesTheExampleAndReadsItBack) {
         table.set_show_tags_only(1);
         table.set_filename(path);
         EXPECT_EQ((table.*how)(), saved);
+        EXPECT_EQ(file_bytes(folder.path("log")), bytes);
         table.set_show_tags_only(0);
-        std::string bytes;
-        for (const char number : std::string_view(numbers))
-            bytes += lines[static_cast<std::size_t>(number - '1')] + '\n';
-        EXPECT_EQ(testing_kit::file_bytes(folder.path("log")), bytes);
         EXPECT_EQ(text_of(table[0]) + text_of(table[1]),
                   tags ? "*Reel \"7\",10:00:00:00,xtwo\\nlines,,7" : "*Reel \"7\",10:00:00:00,1two\\nlines,,0");
-        EXPECT_EQ(table[1].get_changed(), tags ? 1 : 0);
-        EXPECT_EQ(table.get_changed(), 1);
-        table.set_filename(testing_kit::wide(folder.path("missing/log")));
+        EXPECT_TRUE(table[1].get_changed() == (tags ? 1 : 0) && table.get_changed() == 1);
+        table.set_filename(wide(folder.path("missing/log")));
         EXPECT_EQ((table.*how)(), 0);
     }
-    keldb loaded(path, testing_kit::kAllRecords, false);
+    keldb loaded(path, kAllRecords, false);
     EXPECT_EQ(text_of(loaded), "Name:a Start:t TAG:n | Reel \"7\",10:00:00:00,1 | two\\nlines,,0");
     EXPECT_STREQ(loaded.get_param_val("owner"), "ed");
     EXPECT_EQ(loaded.get_changed() + loaded[0].get_changed(), 0);
@@ -74,7 +53,7 @@ TEST(Writer, SavesTheExampleAndReadsItBack) {
 TEST(WriterHeader, WritesNamesOfAnyLengthAndOddTypesAsTheirCode) {
     const std::string name(70000, 'n');
     keldb table({{String(name), DBFieldTypes::character}, {String(""), static_cast<DBFieldTypes::eType>('x')}});
-    EXPECT_EQ(testing_kit::saved_bytes(table), "\"KELDB\"\n\"4\",\"4\"\n\"c\",\"x\"\n\"" + name + "\",\"\"\n");
+    EXPECT_EQ(saved_bytes(table), "\"KELDB\"\n\"4\",\"4\"\n\"c\",\"x\"\n\"" + name + "\",\"\"\n");
 }
 
 // A short text of what the format treats in some way of its own, and of what it must not.
@@ -103,14 +82,12 @@ struct RoundTrip : testing::Test {
     RoundTrip() {
         setLogSink([](const char*, void*) {}, nullptr);
     }
-    ~RoundTrip() override { setLogSink(nullptr, nullptr); }
     static void TearDownTestSuite() { std::cout << "REL lossy_classes=" << lossy.size() << '\n'; }
 
-    // What is named before a save, after a look that the table does come back equal or different accordingly. Counts
-    // the kinds of loss that some table had alone.
+    // What is named before a save, once the table came back accordingly. Counts the kinds that some table had alone.
     static std::vector<StorageLoss> losses_of(keldb& table) {
         const std::vector<StorageLoss> losses = storage_losses(table);
-        EXPECT_EQ(testing_kit::round_trip_fault(table), "");
+        EXPECT_EQ(round_trip_fault(table), "");
         std::set<std::pair<Kind, Reason>> kinds;
         for (const StorageLoss& loss : losses) kinds.emplace(loss.kind, loss.reason);
         if (kinds.size() == 1) lossy.merge(kinds);
@@ -135,9 +112,9 @@ TEST_F(RoundTrip, GivesBackEveryValueAsTheRuleSays) {
         }
         for (const StorageLoss& loss : losses_of(table)) named.emplace_back(loss.row, loss.field);
         ASSERT_EQ(named, lost);
-        const std::string bytes = testing_kit::saved_bytes(table);
-        ASSERT_EQ(testing_kit::loaded(bytes), expected) << bytes;
-        ASSERT_EQ(testing_kit::load_fault(bytes, false), "");
+        const std::string bytes = saved_bytes(table);
+        ASSERT_EQ(loaded(bytes), expected) << bytes;
+        ASSERT_EQ(load_fault(bytes, false), "");
     }
 }
 
@@ -174,54 +151,43 @@ keldb odd_table(Random& random) {
 TEST_F(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
     Random random(2);
     int equal = 0;
-    constexpr int kRounds = 20000;
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < 20000; ++round) {
         keldb table = odd_table(random);
         equal += losses_of(table).empty() ? 1 : 0;
         ASSERT_FALSE(HasFailure()) << "round " << round;
     }
-    EXPECT_GT(equal, kRounds / 10);
-    EXPECT_LT(equal, kRounds * 9 / 10);
+    EXPECT_TRUE(equal > 2000 && equal < 18000) << equal;
 }
 
 TEST_F(RoundTrip, SaysWhatIsLostAndWhy) {
+    using enum Kind;
+    using enum Reason;
     const std::string longest(4095, 'x'), longer = longest + 'x';
-    constexpr Kind kKinds[] = {Kind::value, Kind::field_name, Kind::parameter, Kind::field_type};
-    const struct {
-        Reason reason;
-        std::vector<std::string> texts[4];  // of these kinds
-    } kRows[] = {
-        {Reason::line_end, {{"a\rb"}, {"a\nb"}, {"a\nb"}, {}}},
-        {Reason::backslash_n, {{"C:\\new"}, {"a\\nb"}, {"a\\nb"}, {}}},
-        {Reason::blanks_at_ends, {{" a", "a\n"}, {"a "}, {" a"}, {}}},
-        {Reason::too_long, {{longer}, {longer}, {longest}, {}}},
-        {Reason::double_quote, {{}, {"a\"b"}, {"a\""}, {}}},
-        {Reason::ampersand, {{}, {"a&b"}, {}, {}}},
-        {Reason::colon, {{}, {}, {"a:b"}, {}}},
-        {Reason::no_name, {{}, {}, {" "}, {}}},
-        {Reason::odd_code, {{}, {}, {}, {"\n"}}},
-        {Reason::none, {{longest, "\n\"a\", \\b"}, {"a,b:c"}, {"a ,b"}, {"x"}}},
+    const std::tuple<Kind, std::string, Reason> kRows[] = {
+        // clang-format off
+        {value, "a\rb", line_end}, {field_name, "a\nb", line_end}, {parameter, "a\nb", line_end},
+        {value, "C:\\new", backslash_n}, {field_name, "a\\nb", backslash_n}, {parameter, "a\\nb", backslash_n},
+        {value, " a", blanks_at_ends}, {field_name, "a ", blanks_at_ends}, {parameter, " a", blanks_at_ends},
+        {value, "a\n", blanks_at_ends}, {value, longer, too_long}, {field_name, longer, too_long},
+        {parameter, longest, too_long}, {field_name, "a\"b", double_quote}, {parameter, "a\"", double_quote},
+        {field_name, "a&b", ampersand}, {parameter, "a:b", colon}, {parameter, " ", no_name},
+        {field_type, "\n", odd_code}, {value, longest, none}, {value, "\n\"a\", \\b", none},
+        {field_name, "a,b:c", none}, {parameter, "a ,b", none}, {field_type, "x", none},
+        // clang-format on
     };
-    const auto expect_loss = [](Kind kind, const std::string& text, Reason reason) {
+    for (const auto& [kind, text, reason] : kRows) {
         SCOPED_TRACE(text.substr(0, 9));
         keldb table{std::vector<DBFieldDesc>()};
-        table.addField({String(kind == Kind::field_name ? text : "a"),
-                        kind == Kind::field_type ? static_cast<DBFieldTypes::eType>(text[0]) : DBFieldTypes::text});
+        const auto type = static_cast<DBFieldTypes::eType>(kind == field_type ? text[0] : 'a');
+        table.addField({String(kind == field_name ? text : "a"), type});
         table.addField({"b", DBFieldTypes::text});
-        table.add_param(kind == Kind::parameter ? text.c_str() : "p", "v");
+        table.add_param(kind == parameter ? text.c_str() : "p", "v");
         table.add_records(1);
-        if (kind == Kind::value) table.setField(0, 0, String(text));
+        if (kind == value) table.setField(0, 0, String(text));
         const std::vector<StorageLoss> losses = losses_of(table);
-        ASSERT_EQ(losses.size(), reason == Reason::none ? 0U : 1U);
-        for (const StorageLoss& loss : losses) {
-            EXPECT_TRUE(loss.kind == kind && loss.reason == reason &&
-                        loss.field == (kind == Kind::parameter ? 1U : 0U));
-        }
-    };
-    for (const auto& [reason, texts] : kRows) {
-        for (std::size_t i = 0; i < std::size(kKinds); ++i) {
-            for (const std::string& text : texts[i]) expect_loss(kKinds[i], text, reason);
-        }
+        ASSERT_EQ(losses.size(), reason == none ? 0U : 1U);
+        for (const StorageLoss& loss : losses)
+            EXPECT_TRUE(loss.kind == kind && loss.reason == reason && loss.field == (kind == parameter ? 1U : 0U));
     }
 }
 

@@ -1,11 +1,6 @@
 // Splitting a line of a table file into values, and one of a comma-separated file into pieces; quoting; and the steps
 // of sixteen bytes that they take.
-
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 #include "keldb/support/ascii.h"
 #include "keldb/textfile/byte_steps.h"
@@ -16,6 +11,7 @@
 
 namespace {
 
+using namespace testing_kit;
 using Texts = std::vector<std::string>;
 
 // The rules one character at a time, with no short cut.
@@ -63,7 +59,7 @@ Texts naive_csv_split(const std::string& line) {
 
 Texts split(const std::string& line) {
     static kel::ValueBuilder values;
-    const auto bytes = testing_kit::exact_copy(line);
+    const auto bytes = exact_copy(line);
     kel::split_line({bytes.get(), line.size()}, values);
     Texts found;
     for (std::size_t i = 0; i < values.size(); ++i) found.emplace_back(values.text(i));
@@ -73,19 +69,20 @@ Texts split(const std::string& line) {
 TEST(LineSplitter, AgreesWithTheNaiveRulesOnEveryShortLine) {
     std::vector<std::string_view> pieces;
     for (std::size_t length = 0; length <= 7; ++length) {
-        testing_kit::every_text("\"\\n, a\t", length, [&](const std::string& line) {
+        every_text("\"\\n, a\t", length, [&](const std::string& line) {
             ASSERT_EQ(split(line), naive_split(line)) << '[' << line << ']';
-            const auto bytes = testing_kit::exact_copy(line);
+            const auto bytes = exact_copy(line);
             kel::split_csv_line({bytes.get(), line.size()}, pieces);
             ASSERT_EQ(Texts(pieces.begin(), pieces.end()), naive_csv_split(line)) << '[' << line << ']';
         });
     }
 }
 
-std::string quoted(const std::string& value) {
-    const auto bytes = testing_kit::exact_copy(value);
+// `behind` may be read, but is no part of the value.
+std::string quoted(const std::string& value, const std::string& behind) {
+    const auto bytes = exact_copy(value + behind);
     const auto to = std::make_unique<char[]>(kel::quoted_room(value.size()) + kel::kQuotingSpill);
-    return std::string(to.get(), kel::put_quoted(to.get(), {bytes.get(), value.size()}, value.size()));
+    return std::string(to.get(), kel::put_quoted(to.get(), {bytes.get(), value.size()}, value.size() + behind.size()));
 }
 
 std::string naive_quoted(const std::string& value) {
@@ -97,10 +94,12 @@ std::string naive_quoted(const std::string& value) {
 // Short pieces around the width of what the splitter looks at in one step, and values around the longest.
 TEST(LineSplitter, AgreesWithTheNaiveRulesAcrossLengths) {
     for (const char* care : {"", "\"\"", "\"", "\\n", "\\", ",", " ", "\n", "\x80", "\r"}) {
-        for (const std::size_t length : {0U, 5U, 6U, 7U, 8U, 9U, 15U, 16U, 17U, 30U, 4093U, 4094U, 4095U, 4096U}) {
+        for (const std::size_t length : {0U, 5U, 6U, 7U, 8U, 9U, 15U, 16U, 17U, 30U, 33U, 4093U, 4094U, 4095U, 4096U}) {
             for (const std::size_t place : {std::size_t{0}, length / 2, length}) {
                 const std::string text = std::string(length, 'x').insert(place, care);
-                ASSERT_EQ(quoted(text), naive_quoted(text)) << care << ' ' << length << ' ' << place;
+                for (const std::string behind :
+                     {"", "\n", "a text of thirty bytes, and two\"", "\"and none in thirty-two behind that"})
+                    ASSERT_EQ(quoted(text, behind), naive_quoted(text)) << care << ' ' << length << ' ' << place;
                 for (const std::string& line : {'"' + text + "\",\"b\"", '"' + text + '"', text + ",b", '"' + text}) {
                     ASSERT_EQ(split(line), naive_split(line)) << care << ' ' << length << ' ' << place;
                 }
@@ -112,15 +111,14 @@ TEST(LineSplitter, AgreesWithTheNaiveRulesAcrossLengths) {
 TEST(ByteSteps, BothKindsCopyAndFindTheFirstWantedByte) {
     for (const char c : std::string("\"\n\r!#a,\0\x8A\xA2\x0B", 11)) {
         for (std::size_t place = 0; place < kel::kStepBytes * kel::kStepBytes; ++place) {
-            std::string text(kel::kStepBytes, 'x');
+            std::string text(kel::kStepBytes, 'x'), copy(kel::kStepBytes, ' ');
             text[place % kel::kStepBytes] = '"';
             text[place / kel::kStepBytes] = c;
-            const auto agrees = [&text](const auto& step) {
-                char copy[kel::kStepBytes];
-                step.copy_to(copy);
-                return std::string(copy, sizeof copy) == text &&
-                       step.template first_of<'"', '\n', '\r'>() ==
-                           std::min(text.find_first_of("\"\n\r"), kel::kStepBytes);
+            const std::size_t first = std::min(text.find_first_of("\"\n\r"), kel::kStepBytes);
+            const auto agrees = [&](const auto& step) {
+                step.copy_to(copy.data());
+                return copy == text && step.template first_of<'"', '\n', '\r'>() == first &&
+                       step.template has_any<'!', '#'>() == (c == '!' || c == '#');
             };
             ASSERT_TRUE(agrees(kel::PlainStep(text.data())) && agrees(kel::ByteStep(text.data()))) << text;
         }

@@ -30,58 +30,52 @@ TEST(ViewCursor, WalksSearchesAndAnnouncesWhatItRemoves) {
     const struct {
         const char* shows;  // of a table with the records a to e
         bool tags_only;
-        const char *steps, *positions;  // the first one before any step
-        const char *left, *sent;
+        const char *steps, *outcome;  // the positions, the first one before any step; what is left, and was announced
     } kWalks[] = {
-        {"4 3", false, "+ + + - - fD fe", "0 1 -1 0 -1 1 1 -1", "4 3", ""},
-        {"", false, "+ - x fa sa", "-1 -1 -1 -1 -1 -1", "", ""},
-        {"4 3 2", false, "=2 x - x", "0 2 -1 1 -1", "4", "-2 -1"},
-        {"4 3* 2", true, "=0 + - - =5 x", "1 0 1 -1 1 -1 -1", "4 3* 2", ""},
-        {"0 1 2 3 4", false, "=9 sD sb sd =3 sd sx", "0 -1 3 -1 3 3 3 -1", "0 1 2 3 4", ""},
-        {"0 1* 2", true, "fc =2 fc =0 fb fa", "1 -1 2 2 0 1 -1", "0 1* 2", ""},
-        {"4 3 0 9 1", false, "=4 r0 r1", "0 4 2 -1", "4 3 0 9 1", ""},  // up to an entry without a record
+        {"4 3", false, "+ + + - - fD fe", "0 1 -1 0 -1 1 1 -1 / 4 3 / "},
+        {"", false, "+ - x fa sa", "-1 -1 -1 -1 -1 -1 /  / "},
+        {"4 3 2", false, "=2 x - x", "0 2 -1 1 -1 / 4 / -2 -1"},
+        {"4 3* 2", true, "=0 + - - =5 x", "1 0 1 -1 1 -1 -1 / 4 3* 2 / "},
+        {"0 1 2 3 4", false, "=9 sD sb sd =3 sd sx", "0 -1 3 -1 3 3 3 -1 / 0 1 2 3 4 / "},
+        {"0 1* 2", true, "fc =2 fc =0 fb fa", "1 -1 2 2 0 1 -1 / 0 1* 2 / "},
+        {"4 3 0 9 1", false, "=4 r0 r1", "0 4 2 -1 / 4 3 0 9 1 / "},  // up to an entry without a record
     };
-    for (const auto& walk : kWalks) {
-        SCOPED_TRACE(std::string(walk.shows) + " / " + walk.steps);
+    for (const auto& [shows, tags_only, steps, outcome] : kWalks) {
+        SCOPED_TRACE(std::string(shows) + " / " + steps);
         keldb table = lettered_table(5);
-        ODBView handle = view_showing(table, walk.shows);
+        ODBView handle = view_showing(table, shows);
         const ODBViewRep& view = *handle;
-        ODBViewCursor cursor(handle, walk.tags_only);
+        ODBViewCursor cursor(handle, tags_only);
         Announcements sent(*handle);
         handle = ODBView();  // the cursor holds its view
         std::string positions = std::to_string(cursor.index());
-        for (const std::string& what : pieces(walk.steps, ' ')) {
+        for (const std::string& what : pieces(steps, ' ')) {
             positions += " " + std::to_string(step(cursor, what, table));
             EXPECT_EQ(*cursor, view[cursor.index()]);
         }
-        EXPECT_EQ(positions, walk.positions);
-        EXPECT_EQ(rows(view), walk.left);
-        EXPECT_EQ(sent.take(), walk.sent);
+        EXPECT_EQ(positions + " / " + rows(view) + " / " + sent.take(), outcome);
         EXPECT_EQ(cursor.findField("nothing", "a") + cursor.findFieldSorted("nothing", "a"), -2);
     }
 }
 
 TEST(ViewExport, WritesParametersHeaderAndItsRecords) {
-    const struct {
-        const char* table;
-        const char* shows;
-        int (*save)(ODBViewRep& view, const std::string& path);
-        int result;
-        const char* records;  // the lines behind the header
-    } kExports[] = {
-        {"Name:a Tag:a | a,7 | *b, | c,1", "2* 0 1*", [](auto& v, auto& to) { return v.saveAsText(to.c_str(), false); },
-         3, "\"c\",\"1\"\n\"a\",\"0\"\n\"b\",\"1\"\n"},
+    using Save = int (*)(ODBViewRep & view, const std::string& path);
+    const std::tuple<const char*, const char*, Save, int, const char*> kExports[] = {
+        // clang-format off
+        // the table and what of it is shown; the call and its result; the lines behind the header
+        {"Name:a Tag:a | a,7 | *b, | c,1", "2* 0 1*",
+         [](auto& v, auto& to) { return v.saveAsText(to.c_str(), false); }, 3, "\"c\",\"1\"\n\"a\",\"0\"\n\"b\",\"1\"\n"},
         {"Name:a | a", "0", [](auto& v, auto& to) { return v.saveAsText(to.c_str(), true); }, 0, ""},
         {"Name:a Tag:a | a,5 | *b,6 | c, | *d,", "0* 1 2 3",
          [](auto& v, auto& to) { return v.saveOnlyTagged(to.c_str()); }, 4, "\"b\",\"6\"\n\"d\",\"\"\n"},
         // To the view's own file name; entries without a record are left out.
-        {"Name:a | a | *b", "1* 9 0", [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_text(); }, 2,
-         "\"b\"\n\"a\"\n"},
-        {"Name:a | *a | b", "1 0", [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_tags(); }, 2,
-         "\"a\"\n"},
+        {"Name:a | a | *b", "1* 9 0",
+         [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_text(); }, 2, "\"b\"\n\"a\"\n"},
+        {"Name:a | *a | b", "1 0", [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_tags(); }, 2, "\"a\"\n"},
+        // clang-format on
     };
     const TempDir folder;
-    const std::string path = folder.path("file"), other = folder.path("other"), nowhere = folder.path("no/file");
+    const std::string path = folder.path("file");
     for (const auto& [fields, shows, save, result, records] : kExports) {
         SCOPED_TRACE(fields);
         keldb table = table_of(fields);
@@ -92,7 +86,7 @@ TEST(ViewExport, WritesParametersHeaderAndItsRecords) {
         EXPECT_EQ(save(*view, path), result);
         EXPECT_EQ(file_bytes(path), "\"KELDB:Rev 1\"\n\"Name:clip\"\n" + std::string(header.bytes()) + records);
         EXPECT_EQ(text_of(static_cast<ODBBase&>(table)), fields);
-        EXPECT_EQ(save(*view, "") + save(*view, nowhere) + save(*detached, other), 0);
+        EXPECT_EQ(save(*view, "") + save(*view, folder.path("no/file")) + save(*detached, folder.path("other")), 0);
         EXPECT_EQ(names_in(folder.path()).size(), 1U);
     }
 }

@@ -25,15 +25,10 @@ struct Script {
 struct World {
     World(const Script& script, int announcer, bool early) {
         Notifier* const announcers[] = {&table, &*view, &*above};
-        const auto hear = [&] {
-            guard = listen(*announcers[announcer], kDeleted, [this, &script](auto&) { heard(script); });
-        };
-        if (early) hear();
-        later = ODBView(&table);
-        show(*view, "9 0 2* 4 6* 8 1 3* 5 7");
-        show(*above, "2 9* 3 3 1 8*");
-        show(*later, "5* 3 1 8");
-        if (!early) hear();
+        const auto hear = [this, &script](auto&) { heard(script); };
+        if (early) guard = listen(*announcers[announcer], kDeleted, hear);
+        later = view_showing(table, "5* 3 1 8");
+        if (!early) guard = listen(*announcers[announcer], kDeleted, hear);
     }
     void heard(const Script& script) {
         expect_right();
@@ -49,9 +44,8 @@ struct World {
         const std::pair<const ODBView&, const char*> at_first[] = {
             {view, "j a c* e g* i b d* f h"}, {above, "c h* e e a f*"}, {later, "f* d b i"}};
         for (const auto& [shown, text] : at_first) {
-            if (!shown) continue;
-            EXPECT_TRUE(shown->ok());
-            if (!in_order) continue;
+            EXPECT_TRUE(!shown || shown->ok());
+            if (!shown || !in_order) continue;
             std::string left, now;
             for (const std::string& name : pieces(text, ' ')) left += there.find(name[0]) == there.npos ? "" : name;
             for (int i = 0; i < shown->size(); ++i)
@@ -62,12 +56,13 @@ struct World {
     }
 
     keldb table = lettered_table(10), other = lettered_table(26);
-    ODBView view{&table}, later, above{view, true};
+    ODBView view = view_showing(table, "9 0 2* 4 6* 8 1 3* 5 7"), later, above = subview_showing(view, "2 9* 3 3 1 8*");
     Qv::Ptr<Qv::Guard> guard;
     bool in_order = true;  // no script has shown other rows or sorted
     int calls = 0;
 };
 
+// clang-format off
 const Script kScripts[] = {
     {"deletes a row before", true, [](World& w) { w.table.delete_records(0, 1); }},
     {"deletes every row", true, [](World& w) { w.table.delete_records(0, 99); }},
@@ -75,8 +70,7 @@ const Script kScripts[] = {
     {"deletes through the view above", true, [](World& w) { w.above->deleteRecords(0, 99); }},
     {"sorts view and table", false, [](World& w) { w.view->sort(1, 0), w.table.sort(-1, 0); }},
     {"inserts rows and shows all", false, [](World& w) { w.table.insert_records(0, 2), w.view->displayAllRecords(); }},
-    {"removes from the views", false,
-     [](World& w) { w.later->remove(1, 1), w.above->removeTagged(), w.view->clear(); }},
+    {"removes", false, [](World& w) { w.later->remove(1, 1), w.above->removeTagged(), w.view->clear(); }},
     {"stops listening", true,
      [](World& w) { w.table.deregisterNotification(w.guard), w.view->deregisterNotification(w.guard); }},
     {"releases the view above", true, [](World& w) { w.above = ODBView(); }},
@@ -85,18 +79,17 @@ const Script kScripts[] = {
     {"makes more views", false, [](World& w) { w.later = ODBView(w.view, true), w.above = w.view.copy(); }},
     {"attaches the view above elsewhere", false, [](World& w) { w.above->odb(&w.other); }},
     {"detaches and attaches again", false, [](World& w) { w.later->odb(nullptr), w.later->odb(&w.table); }},
-    {"attaches the view elsewhere, under the one above", false,
-     [](World& w) {
-         w.view->odb(&w.other), w.view->displayAllRecords();
-         w.above->displayAllRecords(), w.above->sort(1, 0), w.above->set_tag(9, 1);
-         w.above->removeTagged(), w.above->deleteRecords(0, 3), w.above->insertBlankRecords(0, 2);
-     }},
+    {"attaches the view elsewhere, under the one above", false, [](World& w) {
+        w.view->odb(&w.other), w.view->displayAllRecords(), w.above->displayAllRecords(), w.above->sort(1, 0);
+        w.above->set_tag(9, 1), w.above->removeTagged(), w.above->deleteRecords(0, 3), w.above->insertBlankRecords(0, 2);
+    }},
 };
+// clang-format on
 
 // Calls act(world, announcer) in every setting: it makes the announcements.
 void in_every_world(void (*act)(World&, int announcer)) {
     for (const Script& script : kScripts) {
-        for (const int setting : {0, 1, 2, 3, 4, 5}) {
+        for (int setting = 0; setting < 6; ++setting) {
             SCOPED_TRACE(script.name + std::string(", setting ") + std::to_string(setting));
             World world(script, setting / 2, setting % 2 == 0);
             act(world, setting / 2);
