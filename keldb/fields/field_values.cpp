@@ -26,10 +26,6 @@ std::string_view ValueBuilder::text(std::size_t i) const noexcept {
     return {texts_.data() + begin, ends_[i] - begin - 1};
 }
 
-void ValueBuilder::truncate(std::size_t count) {
-    if (count < ends_.size()) ends_.resize(count);
-}
-
 // A packed block: `stored` ends, then the texts. Taking values out moves the texts within the block, so that they
 // always follow the last end.
 template <class End>

@@ -55,7 +55,6 @@ public:
 
     std::size_t size() const noexcept { return ends_.size(); }
     std::string_view text(std::size_t i) const noexcept;
-    void truncate(std::size_t count);  // drops the values from `count` on
 
 private:
     friend class FieldValues;

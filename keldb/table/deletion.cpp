@@ -1,6 +1,7 @@
 #include "keldb/table/deletion.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <string>
 
@@ -60,12 +61,6 @@ bool Deletion::foreign_listeners(const Notifier& announcer) {
         if (!follower || heard(follower->follower().announcer())) return true;
     }
     return false;
-}
-
-bool Deletion::followed(const Notifier& announcer) {
-    const auto callbacks = announcer.callbacks(records_deleted_type());
-    return std::any_of(callbacks.begin(), callbacks.end(),
-                       [](const auto& c) { return as_follower(c.get()) != nullptr; });
 }
 
 // One follower in the deletion, and those above it.
@@ -180,9 +175,10 @@ Deletion::Deletion(Notifier& announcer, RowSet gone)
       foreign_(foreign_listeners(announcer)),
       followers_(Node::nodes_of(announcer, foreign_)) {
     if (!any_foreign(announcer, records_deleted_type())) return;
+    assert(gone_.is_run());  // scattered rows go in one deletion only while nobody hears of it
     std::string text;
     char number[16];
-    gone_.each([&](unsigned row) { text += number_text(row, number); });
+    for (unsigned i = 0; i < gone_.size(); ++i) text += number_text(gone_.first() + i, number);
     text_ = String(text);
 }
 

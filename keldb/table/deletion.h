@@ -98,7 +98,6 @@ public:
     // Whether anybody but followers listens to the announcer or to any of them. The announcer itself is asked for
     // "recordsDeleted" only: of "recordsChanged", a deletion sends none in its name.
     static bool foreign_listeners(const Notifier& announcer);
-    static bool followed(const Notifier& announcer);  // whether anybody follows it
 
 private:
     struct Node;

@@ -56,16 +56,6 @@ public:
     bool is_run() const noexcept { return !scattered_; }
     unsigned first() const noexcept { return first_; }  // of a run
 
-    // Calls visit(row) for each row, ascending.
-    template <class Visit>
-    void each(Visit visit) const {
-        for (unsigned i = 0; !scattered_ && i < count_; ++i) visit(first_ + i);
-        for (std::size_t word = 0; word < bits_.size(); ++word) {
-            for (std::uint64_t left = bits_[word]; left != 0; left &= left - 1)
-                visit(static_cast<unsigned>(64 * word) + static_cast<unsigned>(std::countr_zero(left)));
-        }
-    }
-
 private:
     unsigned first_ = 0;
     unsigned count_ = 0;

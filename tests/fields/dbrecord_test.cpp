@@ -44,6 +44,10 @@ TEST(RecordNumbers, AreStoredAsPrintfWritesThem) {
     }
     EXPECT_EQ(record.set_field(0, INT_MIN) + record.set_field(1, UINT_MAX) + record.set_field(2, false), 3);
     EXPECT_EQ(text_of(record), "-2147483648,4294967295,f");
+    int number = 7;
+    bool truth = true;
+    EXPECT_EQ(record.in_field(0, number) + record.in_field(2, truth), 2);
+    EXPECT_TRUE(number == INT_MIN && !truth);
 }
 
 // The buffer has length + 1 bytes and not one more.
@@ -66,10 +70,12 @@ TEST(RecordIndexes, OutsideTouchNothing) {
     const keldb table = table_of("a:a b:a | x,y");
     dbrecord& record = *table.get_record(0);
     bool truth = true;
+    int number = 7;
     for (const int i : {-1, 2, 65535, 65536, INT_MAX, INT_MIN}) {
         EXPECT_EQ(record.set_field(i, "z", true) + record.get_field_size(i) + record.in_field(i, truth), 0) << i;
+        EXPECT_EQ(record.in_field(i, number), 0);
     }
-    EXPECT_TRUE(truth && !record.get_field(2) && &record.getField(2) == &record.getField(65535));
+    EXPECT_TRUE(truth && number == 7 && !record.get_field(2) && &record.getField(2) == &record.getField(65535));
     record.removeField(2);
     for (const int count : {-1, 65536, INT_MAX}) record.resizeRecord(count, &count, true);
     record.resizeRecord(1, nullptr, true);

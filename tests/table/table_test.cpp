@@ -7,6 +7,7 @@
 #include "keldb/library/startup_settings.h"
 #include "keldb/search/record_order.h"
 #include "keldb/support/config_block.h"
+#include "keldb/support/text_file.h"
 #include "keldb/table/parameter_list.h"
 #include "keldb/table/row_ids.h"
 #include "tests/testing/announcements.h"
@@ -75,6 +76,42 @@ TEST(TableTags, ShownAloneKnowTheirNumbers) {
     for (unsigned i = 0; i < 5; ++i) EXPECT_EQ(table.get_new_row(i), shown_of[i]);
     table.set_show_tags_only(0);
     EXPECT_EQ(table.get_raw_row(3) + table.get_new_row(2), 5);
+}
+
+TEST(TableFields, AreTheSameByNameAndPlaceAlone) {
+    keldb table = table_of("a:a B:t");
+    const std::pair<const char*, bool> kOthers[] = {
+        {"a:t B:a", true}, {"a:a b:t", false}, {"B:t a:a", false}, {"a:a", false}};
+    for (const auto& [fields, same] : kOthers) {
+        keldb other = table_of(fields);
+        EXPECT_EQ(table.sameColumns(&other), same) << fields;
+    }
+    EXPECT_FALSE(table.sameColumns(nullptr));
+}
+
+TEST(DerivedTable, ReachesStoredRecordsParametersAndErrors) {
+    struct Derived : keldb {
+        using keldb::fill_error_info, keldb::find_param, keldb::get_raw_tag, keldb::index_tags, keldb::read_params;
+        using keldb::keldb;
+    };
+    Derived table(std::vector<DBFieldDesc>{{"a", DBFieldTypes::text}});
+    table.add_records(3);
+    table.set_tag(2, 257);
+    table.set_show_tags_only(1);
+    EXPECT_EQ(table.get_raw_tag(1) * 100 + table.get_raw_tag(2) * 10 + table.get_raw_tag(3), 9);  // 0, 1, -1
+    table.set_tag(0, 0);
+    EXPECT_EQ(table.get_num_records(), 1U);
+    table.index_tags();
+    EXPECT_EQ(table.get_num_records(), 0U);
+    TextFile file = TextFile::fromBytes("\"keldb:Rev 1\"\n :x\n\"Name: clip\",2\nKeldb,7\nbehind\n");
+    dbrecord line(0);
+    table.read_params(file, &line);
+    EXPECT_EQ(text_of(line) + "; " + file.getLine().c_str(), "Keldb,7; behind");
+    EXPECT_EQ(table.find_param("NAME") * 10 + table.find_param("x") + table.find_param(nullptr), 8);  // 1, -1, -1
+    EXPECT_STREQ(table.get_param_val("name"), "clip");
+    table.fill_error_info(4, 3, 2, 1);
+    dberror error;
+    EXPECT_EQ(table.read_error_info(error) * error.kind * error.index * error.extra1 * error.extra2, 24);
 }
 
 // b and e open and close a bracket, u0 hands row 0's labels over, +A queues the identifier A.

@@ -186,8 +186,10 @@ TEST_F(RoundTrip, SaysWhatIsLostAndWhy) {
         if (kind == value) table.setField(0, 0, String(text));
         const std::vector<StorageLoss> losses = losses_of(table);
         ASSERT_EQ(losses.size(), reason == none ? 0U : 1U);
-        for (const StorageLoss& loss : losses)
+        for (const StorageLoss& loss : losses) {
             EXPECT_TRUE(loss.kind == kind && loss.reason == reason && loss.field == (kind == parameter ? 1U : 0U));
+            EXPECT_FALSE(describe(loss).empty());
+        }
     }
 }
 

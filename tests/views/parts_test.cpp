@@ -89,6 +89,9 @@ TEST(ViewAttachment, TakesParametersAndFileName) {
     EXPECT_EQ(params(ODBView(view, true).copy()) + params(view.copy()), "KELDB=mine Name=own KELDB=mine Name=clip ");
     view->odb(nullptr);
     EXPECT_EQ(params(view), "KELDB=mine Name=own ");
+    view->addParamsFrom(&table);
+    view->addParamsFrom(static_cast<const keldb*>(nullptr));
+    EXPECT_EQ(params(view), "KELDB=mine Name=clip ");
 }
 
 TEST(ViewHandles, MayHoldNoViewOrADetachedOne) {
@@ -111,13 +114,42 @@ TEST(ViewHandles, LetADerivedViewBuildItsEntries) {
             identityFieldSpec(names);
             numbers = dbFieldIndex("b") * 100 + dbFieldIndex("B") * 10 + dbFieldIndex(nullptr);
         }
+        bool chosen(int position) { return (*this)[position]->field_text(0) == "y"; }
         GrowString names;
         int numbers;
     };
     keldb table = table_of("a:a b:a b:a | x | y");
-    const Derived view(&table);
+    Derived view(&table);
     EXPECT_EQ(rows(view) + " " + view.names.c_str() + rows(Derived(nullptr)), "0 1 a,b,b");
     EXPECT_EQ(view.numbers, 89);  // 1, -1, -1
+    EXPECT_EQ(view.removeSome(static_cast<bool (ODBViewRep::*)(int)>(&Derived::chosen)), 1);
+    EXPECT_EQ(rows(view), "0");
+}
+
+TEST(ViewHandles, ADetachedViewShowsTagsAndChangesNothing) {
+    keldb table = table_of("name:a Tag:a Cookie:a | *a,1,M1 | b,,M2");
+    const ODBView attached = view_showing(table, "0* 1");
+    ODBViewRep v(&table);
+    v.odb(nullptr);
+    v.displayAllRecords(), v.displayAllRecordsWithBaseTagStatus(), v.setupViewTagsFromKeldbTagField();
+    v.displayTaggedRecordsAt(0), v.append(0), v.insertBlankRecords(0, 1), v.insert_records(0, 1);
+    v.set_all_tags(1), v.invert_all_tags(), v.set_tag(0, 1), v.invert_tag(0), v.tagAll(true), v.invertAllTags();
+    v.tagBaseFromTags(), v.sort(1, 0), v.removeRecordsFromBaseView(0, 1), v.deleteRecords(0, 2), v.delete_records(0, 2);
+    CookieVec ids;
+    ids.add(Cookie("M1", false));
+    const int shown = v.displayRecordsAt(0, 1, 0) + v.displayRecordsAt(ids, 0) + v.displayAllFromAt(attached, 0) +
+                      v.displayMatchAt("name", "a", 0);
+    const int removed = v.removeSome(&ODBViewRep::tag) + v.removeTagged() + v.removeNonTagged() + v.deleteTagged();
+    const int tagged = v.countTags() + v.tagMatches(0) + v.tagDuplicates(0) + v.tagDuplicatesOrdered(0) +
+                       v.tag_matching_records(0) + v.tag_all_different(0) + v.get_num_tags();
+    char text[4] = "old";
+    const int stored = v.set_field(0, 0, "x") + v.set_field(0, 0, 1) + v.set_field(0, 0, 1.5) +
+                       v.set_field(0, 0, true) + v.set_field(0, Cookie("M3", false)) + v.in_field(0, 0, text, 3) +
+                       v.baseIndex(0);
+    EXPECT_TRUE(shown == 0 && removed == 0 && tagged == 0 && stored == 0) << shown << removed << tagged << stored;
+    EXPECT_TRUE(v.size() == 0 && v.ok() && text == std::string("old"));
+    EXPECT_EQ(attached->in_field(1, 0, text, 3), 1);
+    EXPECT_EQ(text + text_of(table), "bname:a Tag:a Cookie:a | *a,1,M1 | b,,M2");
 }
 
 TEST(SmallStack, HoldsAHundredStackedViews) {  // an overflow ends the test program
