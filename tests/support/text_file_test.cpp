@@ -151,6 +151,8 @@ TEST(StreamedSave, WritesTheBytesOfTheWholeFile) {
     EXPECT_FALSE(streamed.finishSaving());  // it was finished
     EXPECT_TRUE(testing_kit::file_bytes(path) == whole.bytes());
     EXPECT_TRUE(lines_through_window(path) == lines_by_number(whole));
+    TextFile loaded;
+    EXPECT_TRUE(loaded.load(wide(path), '\n', false) && loaded.bytes() == whole.bytes());
 }
 
 }  // namespace
