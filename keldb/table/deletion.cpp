@@ -15,7 +15,7 @@ namespace {
 
 // The row number and the blank behind it, as the messages write them.
 std::string_view number_text(unsigned number, char (&text)[16]) {
-    char* end = std::to_chars(text, text + sizeof text, number).ptr;
+    char* end = std::to_chars(text, text + sizeof text - 1, number).ptr;
     *end++ = ' ';
     return {text, static_cast<std::size_t>(end - text)};
 }

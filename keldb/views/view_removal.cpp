@@ -63,31 +63,36 @@ int ODBViewRep::recordsDeletedNotify(const NotifyMsg& message) {
 
 // --- Chosen entries, run by run ---
 
-int ODBViewRep::run_at(int start, int most) const {
+int ODBViewRep::run_at(int start) const {
     int length = 1;
-    while (length < most && index_[start + length].row == index_[start].row + static_cast<unsigned>(length) &&
-           index_[start + length].tag == index_[start].tag)
+    while (index_.holds(start + length) &&
+           index_[start + length].row == index_[start].row + static_cast<unsigned>(length))
         ++length;
     return length;
 }
 
 // Calls act(base row, length) for each run of the chosen entries until none is left; entries that act does not make go
-// are passed over. Returns how many went.
+// are passed over. Returns how many went. Runs do not reach over entries that were not chosen: a mark stands for each
+// such gap, a row that no base has, however many go below it.
 template <class Act>
 int ODBViewRep::in_runs(const std::vector<int>& positions, Act act) {
+    constexpr unsigned kGap = std::numeric_limits<unsigned>::max(), kMostRows = std::numeric_limits<int>::max();
     ODBViewRep pending(odb(), "");
     pending.baseView(baseView());
     std::vector<ODBRecRef> chosen;
     chosen.reserve(positions.size());
-    bool group = false;  // neighbours share a tag, so that no run reaches over a gap
     for (std::size_t k = 0; k < positions.size(); ++k) {
-        if (k > 0 && positions[k] != positions[k - 1] + 1) group = !group;
-        chosen.push_back({index_[positions[k]].row, group});
+        if (k > 0 && positions[k] != positions[k - 1] + 1) chosen.push_back({kGap});
+        chosen.push_back({index_[positions[k]].row});
     }
     pending.index_.assign(std::move(chosen));
     int passed_over = 0;
     while (pending.size() > 0) {
-        const int left = pending.size(), length = pending.run_at(0, left);
+        if (pending.index_[0].row > kMostRows) {
+            pending.index_.erase(0, 1);
+            continue;
+        }
+        const int left = pending.size(), length = pending.run_at(0);
         act(pending.index_[0].row, length);
         if (pending.size() < left) continue;
         pending.index_.erase(0, length);
