@@ -42,8 +42,9 @@ TEST(Arguments, NamingRowsAndFields) {
     keldb table = table_with(1);
     double real = 7;
     int number = 7;
-    EXPECT_EQ(table.in_field(0, 2, real) + table.in_field(0, 2, number), 0);  // an empty value
-    EXPECT_EQ(real + number, 14);
+    bool truth = true;
+    EXPECT_EQ(table.in_field(0, 2, real) + table.in_field(0, 2, number) + table.in_field(0, 2, truth), 0);  // empty
+    EXPECT_EQ(real + number + truth, 15);
     for (const unsigned n : arguments(3)) {
         const int done = table.setField(0, n, "1") + (table.getField(0, n) == "1") + (*table.get_fieldname(n) != 0) +
                          (table.get_field_type(n) != 0) + (table.get_fieldsize(n) != 0);

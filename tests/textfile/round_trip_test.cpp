@@ -188,7 +188,9 @@ TEST_F(RoundTrip, SaysWhatIsLostAndWhy) {
         ASSERT_EQ(losses.size(), reason == none ? 0U : 1U);
         for (const StorageLoss& loss : losses) {
             EXPECT_TRUE(loss.kind == kind && loss.reason == reason && loss.field == (kind == parameter ? 1U : 0U));
-            EXPECT_FALSE(describe(loss).empty());
+            const std::string words(describe(loss).view());
+            EXPECT_EQ(words.find("another number") != words.npos, kind == value && reason == too_long) << words;
+            EXPECT_FALSE(words.empty());
         }
     }
 }
