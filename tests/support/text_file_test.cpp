@@ -153,6 +153,9 @@ TEST(StreamedSave, WritesTheBytesOfTheWholeFile) {
     EXPECT_TRUE(lines_through_window(path) == lines_by_number(whole));
     TextFile loaded;
     EXPECT_TRUE(loaded.load(wide(path), '\n', false) && loaded.bytes() == whole.bytes());
+    const std::string bytes(whole.bytes());
+    testing_kit::write_file(path, bytes + "a\r\nb\r");  // the first CR stands behind the first piece
+    EXPECT_TRUE(loaded.load(wide(path), '\n', false) && loaded.bytes() == bytes + "a\nb\r\n");
 }
 
 }  // namespace
