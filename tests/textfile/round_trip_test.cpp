@@ -160,8 +160,8 @@ TEST_F(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
 }
 
 TEST_F(RoundTrip, SaysWhatIsLostAndWhy) {
-    using enum Kind;
-    using enum Reason;
+    using enum StorageLoss::Kind;
+    using enum StorageLoss::Reason;
     const std::string longest(4095, 'x'), longer = longest + 'x';
     const std::tuple<Kind, std::string, Reason> kRows[] = {
         // clang-format off
