@@ -31,6 +31,7 @@ public:
         }
         return kStepBytes;
     }
+    // Whether any of the sixteen is one of these.
     template <char... kWanted>
     bool has_any() const noexcept {
         return ((marks_of(words_[0], kWanted) | marks_of(words_[1], kWanted)) | ...) != 0;

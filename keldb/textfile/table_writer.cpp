@@ -47,6 +47,7 @@ void write_all(const kel::RecordArray& records, int tag_field, TextFile& file) {
 
 // The line is formed in room for the worst case.
 int dbrecord::write(TextFile& file) const {
+    static_assert(kel::FieldValues::kSlack >= 2 * kel::kStepBytes);  // so that the quoting takes its short way
     const std::size_t room = kel::quoted_room(0) + 1;
     char* to = file.startLine(2 * values_.total_size() + room * values_.size() + kel::kQuotingSpill);
     char* const start = to;

@@ -250,7 +250,6 @@ private:
     ODBRecRef* entry(unsigned row) noexcept;
     const ODBViewRep* root() const noexcept;       // the view of the chain that stands on the table
     std::vector<const dbrecord*> records() const;  // of each entry, null for none; attached views only
-    int run_at(int start) const;                   // entries from there whose base rows go on by one
     ODBViewRep* root() noexcept { return const_cast<ODBViewRep*>(std::as_const(*this).root()); }
     void take_out(kel::RowSet positions);
     void take_out_chosen(const std::vector<int>& positions);  // ascending positions, here and below

@@ -63,37 +63,34 @@ int ODBViewRep::recordsDeletedNotify(const NotifyMsg& message) {
 
 // --- Chosen entries, run by run ---
 
-int ODBViewRep::run_at(int start) const {
-    int length = 1;
-    while (index_.holds(start + length) &&
-           index_[start + length].row == index_[start].row + static_cast<unsigned>(length))
-        ++length;
-    return length;
-}
-
 // Calls act(base row, length) for each run of the chosen entries until none is left; entries that act does not make go
-// are passed over. Returns how many went. Runs do not reach over entries that were not chosen: a mark stands for each
-// such gap, a row that no base has, however many go below it.
+// are passed over. Returns how many went. Runs do not reach over entries that were not chosen: a tagged one stands for
+// each such gap, with a row that no base has, however many go below it.
 template <class Act>
 int ODBViewRep::in_runs(const std::vector<int>& positions, Act act) {
-    constexpr unsigned kGap = std::numeric_limits<unsigned>::max(), kMostRows = std::numeric_limits<int>::max();
+    constexpr ODBRecRef kGap{std::numeric_limits<unsigned>::max(), true};
     ODBViewRep pending(odb(), "");
     pending.baseView(baseView());
     std::vector<ODBRecRef> chosen;
     chosen.reserve(positions.size());
     for (std::size_t k = 0; k < positions.size(); ++k) {
-        if (k > 0 && positions[k] != positions[k - 1] + 1) chosen.push_back({kGap});
-        chosen.push_back({index_[positions[k]].row});
+        if (k > 0 && positions[k] != positions[k - 1] + 1) chosen.push_back(kGap);
+        chosen.push_back({index_[positions[k]].row, false});
     }
     pending.index_.assign(std::move(chosen));
     int passed_over = 0;
     while (pending.size() > 0) {
-        if (pending.index_[0].row > kMostRows) {
+        const int left = pending.size();
+        const ODBRecRef first = pending.index_[0];
+        if (first.tag) {
             pending.index_.erase(0, 1);
             continue;
         }
-        const int left = pending.size(), length = pending.run_at(0);
-        act(pending.index_[0].row, length);
+        int length = 1;
+        while (length < left && !pending.index_[length].tag &&
+               pending.index_[length].row == first.row + static_cast<unsigned>(length))
+            ++length;
+        act(first.row, length);
         if (pending.size() < left) continue;
         pending.index_.erase(0, length);
         passed_over += length;
