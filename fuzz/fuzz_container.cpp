@@ -1,8 +1,8 @@
 // Any bytes as a container file: a reader answers as the table in the file says.
 #include "fuzz/target.h"
 #include "keldb/container/qv_container_file.h"
+#include "tests/testing/host.h"
 #include "tests/testing/plain_table.h"
-#include "tests/testing/temp_dir.h"
 
 using QVContainerFile::Reader;
 

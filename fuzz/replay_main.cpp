@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "tests/testing/temp_dir.h"
+#include "tests/testing/host.h"
 #include "tests/testing/texts.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,17 +1,10 @@
 // Containers written and read back, and every answer of a reader that is not valid.
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <tuple>
-
 #include "keldb/container/qv_container_file.h"
-#include "keldb/support/log.h"
-#include "tests/testing/temp_dir.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 using namespace QVContainerFile;
-using namespace testing_kit;
 
 constexpr unsigned kName = 0, kSize = 2;
 constexpr unsigned kOutside[] = {3, 65535, 65536, 65537, UINT_MAX};

@@ -1,19 +1,11 @@
 // Field maps: the numbers that a stored text stands for, maps made from a source, arranged, and written back.
 #include "keldb/fieldmap/field_map.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstdio>
-
 #include "keldb/fieldmap/map_text.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-using namespace testing_kit;
 
 // The reading by scanf itself, character position by character position: a number takes at most three of them.
 std::vector<int> read_slowly(const std::string& text) {

@@ -1,33 +1,17 @@
 // One row: its texts however they are held, typed reads and writes at the edge of text, flags, shape, and the labels
 // handed to a configuration block; and the names that the suite's logs share.
 #include "keldb/fields/dbrecord.h"
-
-#include <gtest/gtest.h>
-
-#include <cfloat>
-#include <climits>
-#include <clocale>
-#include <cmath>
-#include <tuple>
-
 #include "keldb/fields/well_known_fields.h"
-#include "keldb/library/startup_settings.h"
-#include "keldb/support/config_block.h"
 #include "tests/fields/field_values_program.h"
-#include "tests/testing/random.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
-using testing_kit::pieces;
-using testing_kit::table_of;
-using testing_kit::text_of;
-
 TEST(FieldValues, AgreeWithAVectorOfStringsUnderRandomPrograms) {
     for (unsigned seed = 0; seed < 300; ++seed) {
-        testing_kit::Random random(seed);
+        Random random(seed);
         const std::string bytes = random.bytes(random.below(1500));
-        ASSERT_EQ(testing_kit::FieldValuesProgram(bytes).run(), "") << "seed " << seed;
+        ASSERT_EQ(FieldValuesProgram(bytes).run(), "") << "seed " << seed;
     }
 }
 

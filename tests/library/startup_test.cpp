@@ -1,12 +1,8 @@
 // What loading the library does: it reads two settings from the environment, once.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstdlib>
-
-#include "keldb/library/startup_settings.h"
 #include "keldb/library/version.h"
-#include "tests/testing/child.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
@@ -22,7 +18,7 @@ TEST(StartupSettings, ComeFromTheEnvironment) {
     } kStarts[] = {
         {"0", "", "0 1", 0}, {"99999999999", "-99999999999", "2147483647 -2147483648", 0}, {"0", "0", "1 1", 1}};
     for (const auto& start : kStarts) {
-        const int status = testing_kit::in_child([&] {
+        const int status = in_child([&] {
             ::setenv("KELDB_DBV_REEL_FIELD_EDITABLE", start.reel, 1);
             ::setenv("KELDB_REMOVE_FIELDNAME_AMPERSANDS", start.ampersands, 1);
             ::setenv("KELDB_TEST_EXPECTED", start.settings, 1);

@@ -13,7 +13,6 @@
 #include "keldb/support/cookie.h"
 #include "keldb/views/odb_view.h"
 #include "tests/model/naive_view.h"
-#include "tests/testing/random.h"
 #include "tests/testing/texts.h"
 
 namespace model {

@@ -2,23 +2,12 @@
 // may come out; every object keeps its invariants; what is there afterwards is what was there before, or what the
 // operation leaves undisturbed, announcements and files included (but see Kind); the operation can then be done; and
 // nothing leaks.
-#include <gtest/gtest.h>
-
-#include <set>
-
 #include "keldb/container/qv_container_file.h"
 #include "keldb/fieldmap/field_map.h"
-#include "keldb/support/config_block.h"
-#include "keldb/support/log.h"
-#include "keldb/textfile/load_report.h"
 #include "tests/testing/allocation_faults.h"
-#include "tests/testing/announcements.h"
-#include "tests/testing/temp_dir.h"
-#include "tests/testing/views_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 const char* const kLongText = "  a text that needs memory of its own";
 Cookie long_id() { return Cookie("Midentifier of many bytes", false); }

@@ -1,14 +1,7 @@
 // Query by example: which records match, by the type of each field and the range rule.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using testing_kit::pieces;
-using testing_kit::table_of;
 
 void set_query(keldb& table, std::string_view values) {
     const std::unique_ptr<dbrecord> query(table.make_dummy_record());

@@ -1,23 +1,8 @@
 // The two orders of records: exact cases, the laws that every order keeps, and the keyed sort against the plain one.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <climits>
-#include <cstdio>
-#include <numeric>
-
 #include "keldb/search/record_order.h"
-#include "tests/testing/random.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using testing_kit::pieces;
-using testing_kit::Random;
-using testing_kit::sign;
-using testing_kit::table_of;
-using testing_kit::text_of;
 
 // Rows of one table, by their order: all before or beside the next, "=" between equal ones.
 struct Order {
@@ -49,7 +34,7 @@ TEST(Orders, StandAsWritten) {
         for (const std::string& equal : pieces(records, '<')) {
             const int rank = ranks.empty() ? 0 : ranks.back() + 1;
             for (const std::string& record : pieces(equal, '=')) {
-                testing_kit::add_record(table, record);
+                add_record(table, record);
                 ranks.push_back(rank);
             }
         }
@@ -107,7 +92,7 @@ unsigned long long expect_an_order(keldb& table, int (*compare)(const dbrecord&,
 TEST(OrderLaws, HoldForEveryTripleAndSetting) {
     std::vector<std::string> alone =
         pieces("10:00:00.05|10:00:00:04|10:00:01;00|01:00:00:00|10:00:00|10:00:00:|10:00:0a:05|10:00:0A:05|10000005;");
-    alone.insert(alone.end(), testing_kit::odd_texts().begin(), testing_kit::odd_texts().end());
+    alone.insert(alone.end(), odd_texts().begin(), odd_texts().end());
     const std::vector<std::string> none = {""}, few = pieces("| |a|A|take 2|take 02|10:00:00:05|10:00:00;05");
     unsigned long long triples = 0;
     for (const bool pairs : {false, true}) {  // every value alone; and pairs of fewer, both fields being keys
@@ -153,7 +138,7 @@ std::string value_for_sorting(Random& random, unsigned kind) {
         return "10:00:0" + std::to_string(random.below(4)) + (random.one_in(4) ? ';' : ':') +
                std::to_string(10 + random.below(15));
     case 3:
-        return random.of(testing_kit::odd_texts());
+        return random.of(odd_texts());
     case 4:  // runs that are too long for one byte of length, too
         return times(heads ? 40 : 270, '7') + times(2, ' ') + number;
     case 5:  // a run of zeros where a word of a key ends

@@ -1,34 +1,15 @@
 // Number texts are read as the C locale's own functions read them; case-blind order is the order of folded bytes, and
 // natural order counts as people do; a needle is found exactly where a search by the plain rule finds it.
-
-#include "keldb/support/ascii.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <climits>
-#include <clocale>
-#include <cmath>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "keldb/support/ordering.h"
 #include "keldb/support/text_search.h"
-#include "tests/testing/random.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 using namespace std::string_literals;
-using testing_kit::folded;
-using testing_kit::odd_texts;
-using testing_kit::Random;
-using testing_kit::sign;
 
 TEST(Numbers, ReadAsTheCLocaleReadsThem) {
-    std::vector<std::string> parts = testing_kit::pieces(
+    std::vector<std::string> parts = pieces(
         " |\t|+|-|0|1|9|25|.|e|E|0x|p|a|F|inf|infinity|nan|nan(1)|308|e400|e-400|p-1600|2147483648|99999999999|x|\xB2");
     parts.emplace_back(400, '0');
     const locale_t c_locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -36,7 +17,7 @@ TEST(Numbers, ReadAsTheCLocaleReadsThem) {
     for (int i = 0; i < 400'000; ++i) {
         std::string text;
         for (std::size_t left = random.below(8); left > 0; --left) text += random.of(parts);
-        const auto exact = testing_kit::exact_copy(text);  // nothing behind the last byte may be read
+        const auto exact = exact_copy(text);  // nothing behind the last byte may be read
         const std::string_view seen(exact.get(), text.size());
         const long long integer = std::strtoll(text.c_str(), nullptr, 10);
         ASSERT_EQ(kel::read_int(seen), std::clamp<long long>(integer, INT_MIN, INT_MAX)) << text;
@@ -60,7 +41,7 @@ TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
 }
 
 int natural(const std::string& a, const std::string& b) {
-    const auto left = testing_kit::exact_copy(a), right = testing_kit::exact_copy(b);
+    const auto left = exact_copy(a), right = exact_copy(b);
     return sign(strxcmp({left.get(), a.size()}, {right.get(), b.size()}));
 }
 
@@ -78,7 +59,7 @@ TEST(NaturalOrder, KeepsTheLawsOnAllTriples) {
 }
 
 TEST(NaturalOrder, CountsAsPeopleDo) {
-    const std::vector<std::string> ascending = testing_kit::pieces(
+    const std::vector<std::string> ascending = pieces(
         "|!|0|00|01|1|2|10|10a|10b|0011|a|Take|TAKE 02|take 2|take 2a|take 10|take 99999999999999999999|"
         "take 100000000000000000000|take x|\xC3\xA9");
     for (std::size_t i = 0; i < ascending.size(); ++i) {
@@ -118,7 +99,7 @@ TEST(TextSearch, FindsWhatThePlainRuleFinds) {
         const std::string text = some(i % 2 ? 70 : 5, letters);
         const std::string part = text.substr(random.below(text.size() + 1), random.below(12));
         const std::string wanted = random.one_in(2) ? part : some(4, letters);
-        const auto exact = testing_kit::exact_copy(text);
+        const auto exact = exact_copy(text);
         for (unsigned flags = 0; flags <= (TextSearch::kWholeWords | TextSearch::kTimecode); ++flags) {
             const bool found = kel::Needle(wanted, flags).found_in({exact.get(), text.size()});
             ASSERT_EQ(found, naive_found(wanted, text, flags)) << wanted << " in " << text << ", flags " << flags;

@@ -1,21 +1,7 @@
 // Who hears what, and when, while listeners register, deregister and announce in the middle of a delivery.
-
-#include "keldb/support/notify.h"
-
-#include <gtest/gtest.h>
-
-#include <map>
-#include <new>
-#include <string>
-#include <tuple>
-#include <utility>
-
-#include "tests/testing/announcements.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using testing_kit::listen;
 
 constexpr int kType = 1, kOtherType = 2;
 
@@ -23,7 +9,7 @@ constexpr int kType = 1, kOtherType = 2;
 // its script says: -X deregisters listener X, +X registers it, ! announces again, ^ raises std::bad_alloc.
 struct Stage {
     explicit Stage(const char* listeners) {  // "a b-c c": three, of which the second has a script
-        for (const std::string& each : testing_kit::pieces(listeners, ' ')) add(each[0], each.substr(1));
+        for (const std::string& each : pieces(listeners, ' ')) add(each[0], each.substr(1));
     }
     // What was heard, in order; a nested message stands in brackets.
     std::string announce() {
@@ -85,7 +71,7 @@ TEST(Notifier, ListenersMayDoAnythingButDestroyIt) {
 }
 
 TEST(Notifier, RegistrationsEndWithTheirGuardOrTheAnnouncer) {
-    const Qv::Ptr<NotifyCallback> callback(new testing_kit::Callback([](const NotifyMsg&) {}));
+    const Qv::Ptr<NotifyCallback> callback(new Callback([](const NotifyMsg&) {}));
     Qv::Ptr<Qv::Guard> ended, guard;
     {
         Notifier notifier, other;

@@ -1,35 +1,17 @@
 // A save of a text file, a table, a view or a container replaces the file as a whole or leaves it as it was, whatever
 // the system answers, wherever the name leads and wherever the process dies. A container may be whole at its name with
 // .tmp.
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
-#include <iostream>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "keldb/container/qv_container_file.h"
-#include "keldb/support/log.h"
-#include "keldb/support/text_file.h"
-#include "keldb/views/odb_view.h"
-#include "tests/testing/child.h"
 #include "tests/testing/faulty_platform.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/temp_dir.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-using testing_kit::Fault;
-using testing_kit::FaultyPlatform;
-using testing_kit::kDied;
-using testing_kit::wide;
 
 constexpr unsigned kNobody = 65534;  // a user without rights
 bool container_failed;               // that one of them was not written is only logged
@@ -38,13 +20,13 @@ bool container_failed;               // that one of them was not written is only
 bool save_text(const std::string& path) { return TextFile::fromBytes("line 1\nline 2\n").save(wide(path), 1); }
 
 bool save_table(const std::string& path) {
-    keldb table = testing_kit::table_of("Name:a Tag:n | one, | *two, | three,");
+    keldb table = table_of("Name:a Tag:n | one, | *two, | three,");
     table.set_filename(wide(path));
     return table.save_text() == 3;
 }
 
 bool save_view(const std::string& path) {
-    keldb table = testing_kit::table_of("Name:a | one | two");
+    keldb table = table_of("Name:a | one | two");
     const ODBView view(&table);
     view->displayAllRecords();
     return view->saveAsText(wide(path), false) == 2;
@@ -63,9 +45,9 @@ struct Saving {
             container_failed |= std::string_view(text).starts_with("QVContainerFile");
         };
         setLogSink(hear, nullptr);
-        const testing_kit::TempDir folder;
+        const TempDir folder;
         EXPECT_TRUE(save(folder.path("whole")));
-        bytes = testing_kit::file_bytes(folder.path("whole"));
+        bytes = file_bytes(folder.path("whole"));
     }
     bool (*save)(const std::string& path);
     bool container;
@@ -107,7 +89,7 @@ private:
         if (entry[mark] == '+') fs::create_hard_link(folder_.path(rest), path);
         if (entry[mark] != ':') return;
         if (rest.back() == '/') fs::create_directory(path);
-        if (rest.back() != '/') testing_kit::write_file(path, rest.substr(rest.find('=') + 1));
+        if (rest.back() != '/') write_file(path, rest.substr(rest.find('=') + 1));
         fs::permissions(path, static_cast<fs::perms>(std::stoi(rest, nullptr, 8)));
         EXPECT_TRUE(rest.find('~') == std::string::npos || ::chown(path.c_str(), kNobody, kNobody) == 0);
     }
@@ -123,11 +105,11 @@ private:
         }
         text << ':' << std::oct << (about.st_mode & 07777) << (about.st_uid == ::geteuid() ? "" : "~");
         if (S_ISDIR(about.st_mode)) return text.str() + '/';
-        const std::string bytes = testing_kit::file_bytes(path);
+        const std::string bytes = file_bytes(path);
         return text.str() + '=' + (bytes == saving.bytes ? "new" : bytes);
     }
 
-    testing_kit::TempDir folder_;
+    TempDir folder_;
 };
 
 const std::string kNew = "clips:640=new", kOld = "clips:640=old", kWaiting = "clips.tmp:640=new";
@@ -175,7 +157,7 @@ bool is_overcome(const Fault& fault, const std::string& operation) {
 }
 
 TEST(Save, AFaultAtAnyOperationLeavesTheOldFileOrTheNewOne) {
-    const std::size_t descriptors = testing_kit::open_descriptors();
+    const std::size_t descriptors = open_descriptors();
     const std::vector<Fault> faults = {
         {Fault::kError, EIO}, {Fault::kError, EINTR}, {Fault::kError, EACCES}, {Fault::kShort}, {Fault::kNone}};
     sweep(faults, [&](const Folder& folder, const auto& may_stand, const Fault& fault, long at) {
@@ -186,7 +168,7 @@ TEST(Save, AFaultAtAnyOperationLeavesTheOldFileOrTheNewOne) {
         EXPECT_THAT(now, may_stand);
         EXPECT_EQ(said, now.find("=new") != std::string::npos && !now.starts_with("clips.tmp:600=new") &&
                             !now.starts_with(kWaiting));
-        EXPECT_EQ(testing_kit::open_descriptors(), descriptors);
+        EXPECT_EQ(open_descriptors(), descriptors);
         const auto& log = platform.log();
         const auto place = [&log](const char* what) { return std::find(log.begin(), log.end(), what) - log.begin(); };
         const auto count = [&log](const char* what) { return std::count(log.begin(), log.end(), what); };
@@ -209,7 +191,7 @@ TEST(Save, AFaultAtAnyOperationLeavesTheOldFileOrTheNewOne) {
 // Nor is what stands there meanwhile ever more open than the old file.
 TEST(Save, DyingAtAnyOperationLeavesTheOldFileOrTheNewOne) {
     sweep({{Fault::kDie}}, [](const Folder& folder, const auto& may_stand, const Fault& fault, long at) {
-        const int status = testing_kit::in_child([&] {
+        const int status = in_child([&] {
             const FaultyPlatform platform(fault, at);
             return folder.save("clips") ? 0 : 1;
         });
@@ -279,7 +261,7 @@ TEST(Save, GoesWhereTheNameLeads) {
             const auto save = [&, &to = name] { return folder.save(to) ? 1 : 0; };
             const auto save_as_nobody = [&] { return ::setgid(kNobody) || ::setuid(kNobody) ? 255 : save(); };
             const bool refused = expected[0] == '!';
-            EXPECT_EQ(by_nobody ? testing_kit::in_child(save_as_nobody) : save(), refused ? 0 : 1);
+            EXPECT_EQ(by_nobody ? in_child(save_as_nobody) : save(), refused ? 0 : 1);
             EXPECT_EQ(folder.text(), expected == "!" ? made : expected.substr(refused ? 1 : 0));
         }
     }

@@ -1,29 +1,17 @@
 // A String behaves as the text it holds, however it is shared and wherever an argument lies; any bytes can be a file
 // name.
-
-#include "keldb/support/string.h"
-
-#include <gtest/gtest.h>
-
 #include <barrier>
-#include <climits>
-#include <functional>
-#include <random>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "keldb/support/paths.h"
 #include "keldb/support/platform.h"
+#include "keldb/support/string.h"
 #include "tests/testing/allocation_faults.h"
-#include "tests/testing/temp_dir.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 using namespace std::string_literals;
-using testing_kit::live_blocks;
-using testing_kit::wide;
 
 // Lengths around the 15 bytes that lie inline, zero and high bytes among them.
 std::string some_text(std::mt19937& random) {
@@ -95,8 +83,8 @@ TEST(String, ThreadsMayShareAText) {
 
 TEST(FileNames, AnyBytesComeBack) {
     // Bytes at the edges of the well-formed ranges.
-    testing_kit::every_text("a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 4,
-                            [](const std::string& bytes) { ASSERT_EQ(toUTF8(wide(bytes)).view(), bytes); });
+    every_text("a\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 4,
+               [](const std::string& bytes) { ASSERT_EQ(toUTF8(wide(bytes)).view(), bytes); });
 }
 
 TEST(FileNames, CodePoints) {
@@ -118,19 +106,19 @@ TEST(FileNames, CodePoints) {
 }
 
 TEST(FileNames, ReachTheSystemUnchanged) {
-    const testing_kit::TempDir folder;
+    const TempDir folder;
     const WString name = wide(folder.path("caf\xE9 \xC3\xA9")), old = wide(folder.path("old"));
-    testing_kit::write_file(folder.path("caf\xE9 \xC3\xA9"), "x");
-    testing_kit::write_file(folder.path("old"), "old");
+    write_file(folder.path("caf\xE9 \xC3\xA9"), "x");
+    write_file(folder.path("old"), "old");
     EXPECT_TRUE(fileExists(name) && fileExists(wide(folder.path())));
     EXPECT_TRUE(OS().move(name, old, 0));  // replaces
-    EXPECT_EQ(testing_kit::file_bytes(folder.path("old")), "x");
+    EXPECT_EQ(file_bytes(folder.path("old")), "x");
     EXPECT_FALSE(fileExists(name) || OS().move(name, wide(folder.path("new")), 0) || OS().remove(name));
     // A zero byte in a name must not make it another name.
     const WString cut = wide(folder.path("old\0.tmp"s));
     EXPECT_FALSE(fileExists(cut) || OS().remove(cut) || OS().move(cut, name, 0) || OS().move(old, cut, 0));
     EXPECT_TRUE(OS().remove(old));
-    EXPECT_EQ(testing_kit::names_in(folder.path()), std::vector<std::string>{});
+    EXPECT_EQ(names_in(folder.path()), std::vector<std::string>{});
 }
 
 }  // namespace

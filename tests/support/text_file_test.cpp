@@ -1,36 +1,21 @@
 // A TextFile holds the lines of a file; read one by one through a window they are the same, and so are lines written in
 // pieces. A read that fails half-way is no shorter file.
-
-#include "keldb/support/text_file.h"
-
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
-
-#include <random>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "keldb/support/read_window.h"
 #include "tests/testing/faulty_platform.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/temp_dir.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-using testing_kit::Fault;
-using testing_kit::FaultyPlatform;
-using testing_kit::TempDir;
-using testing_kit::wide;
 using Lines = std::vector<std::string>;
 
 // The plain rule.
 Lines naive_lines(std::string bytes) {
     for (std::size_t at = 0; (at = bytes.find("\r\n", at)) != std::string::npos; ++at) bytes.erase(at, 1);
-    Lines lines = testing_kit::pieces(bytes, '\n');
+    Lines lines = pieces(bytes, '\n');
     if (lines.back().empty()) lines.pop_back();
     return lines;
 }
@@ -65,7 +50,7 @@ TEST(TextFile, SplitsEveryShortTextAndGrows) {
             Lines lines = naive_lines(text);
             ASSERT_EQ(lines_by_number(file), lines);
             ASSERT_EQ(lines_in_turn(file), lines);
-            if (text.size() <= 4) testing_kit::write_file(folder.path("lines"), bytes);
+            if (text.size() <= 4) write_file(folder.path("lines"), bytes);
             for (int most = 1; text.size() <= 4 && most <= 4; most += 3) {
                 const FaultyPlatform trickle({Fault::kTrickle, most});
                 ASSERT_EQ(lines_through_window(folder.path("lines")), lines) << bytes;
@@ -77,13 +62,13 @@ TEST(TextFile, SplitsEveryShortTextAndGrows) {
         }
     };
     for (std::size_t length = 0; length <= 6; ++length) {
-        testing_kit::every_text(std::string_view("a\r\n\0", 4), length, expect_split);
+        every_text(std::string_view("a\r\n\0", 4), length, expect_split);
     }
 }
 
 TEST(TextFile, CannotLoadWhatIsNoFile) {
     const TempDir folder;
-    testing_kit::write_file(folder.path("file"), "text");
+    write_file(folder.path("file"), "text");
     for (const std::string_view name : {"missing"sv, ""sv, "file\0"sv}) {
         const WString path = wide(folder.path(name));
         TextFile file = TextFile::fromBytes("old\n");
@@ -108,8 +93,8 @@ TEST(TextFile, AFaultyReadIsNoShorterFile) {
     const WString path = wide(folder.path("lines"));
     std::string bytes;  // more than one window
     while (bytes.size() <= kel::ReadWindow::kBytes) bytes += std::string(997, 'x') + '\n';
-    testing_kit::write_file(folder.path("lines"), bytes);
-    const std::size_t descriptors = testing_kit::open_descriptors();
+    write_file(folder.path("lines"), bytes);
+    const std::size_t descriptors = open_descriptors();
     for (const bool by_line : {false, true}) {
         for (const Fault fault : {Fault{Fault::kError, EIO}, Fault{Fault::kError, EINTR}, Fault{Fault::kShort}}) {
             bool struck = true;
@@ -127,7 +112,7 @@ TEST(TextFile, AFaultyReadIsNoShorterFile) {
                                       where == "close" || where == "fileStat";
                 ASSERT_EQ(loaded, harmless) << where;
                 ASSERT_TRUE(loaded ? seen == bytes : by_line || seen.empty()) << where;
-                ASSERT_EQ(testing_kit::open_descriptors(), descriptors) << where;
+                ASSERT_EQ(open_descriptors(), descriptors) << where;
             }
         }
     }
@@ -149,12 +134,12 @@ TEST(StreamedSave, WritesTheBytesOfTheWholeFile) {
     }
     EXPECT_TRUE(streamed.finishSaving());
     EXPECT_FALSE(streamed.finishSaving());  // it was finished
-    EXPECT_TRUE(testing_kit::file_bytes(path) == whole.bytes());
+    EXPECT_TRUE(file_bytes(path) == whole.bytes());
     EXPECT_TRUE(lines_through_window(path) == lines_by_number(whole));
     TextFile loaded;
     EXPECT_TRUE(loaded.load(wide(path), '\n', false) && loaded.bytes() == whole.bytes());
     const std::string bytes(whole.bytes());
-    testing_kit::write_file(path, bytes + "a\r\nb\r");  // the first CR stands behind the first piece
+    write_file(path, bytes + "a\r\nb\r");  // the first CR stands behind the first piece
     EXPECT_TRUE(loaded.load(wide(path), '\n', false) && loaded.bytes() == bytes + "a\nb\r\n");
 }
 

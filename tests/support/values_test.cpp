@@ -1,25 +1,12 @@
 // The small values of the suite.
-
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <climits>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "keldb/support/assoc_list.h"
 #include "keldb/support/conversions.h"
-#include "keldb/support/cookie.h"
-#include "keldb/support/log.h"
 #include "keldb/support/settings.h"
 #include "keldb/support/timecode.h"
 #include "keldb/support/watchdog.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using testing_kit::pieces;
 
 TEST(Cookie, Kinds) {
     // The kind, then the text.

@@ -1,18 +1,14 @@
 // Every row, field and count argument with values inside, at the edge and absurd, on tables around the size of a chunk.
 // Whatever is refused, or ends in bad_alloc, leaves the table as it was.
-#include <gtest/gtest.h>
-
-#include <climits>
-
 #include "tests/testing/allocation_faults.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
 constexpr unsigned kSizes[] = {0, 1, 499, 500, 501};
 
 keldb table_with(unsigned rows) {
-    keldb table = testing_kit::table_of("name:a Cookie:a Start~time:t");
+    keldb table = table_of("name:a Cookie:a Start~time:t");
     table.add_records(static_cast<int>(rows));
     for (unsigned i = 0; i < rows; ++i) table.setField(i, 0, String(std::to_string(i)));
     table.clear_changed();
@@ -50,7 +46,7 @@ TEST(Arguments, NamingRowsAndFields) {
                          (table.get_field_type(n) != 0) + (table.get_fieldsize(n) != 0);
         EXPECT_EQ(done, n < 3 ? 5 : 0) << n;
     }
-    EXPECT_EQ(testing_kit::text_of(table), "name:a Cookie:a Start~time:t | 1,1,1");
+    EXPECT_EQ(text_of(table), "name:a Cookie:a Start~time:t | 1,1,1");
 }
 
 // A change is made to the table and its twin, or refused by bad_alloc, and that for absurd counts alone.
@@ -58,7 +54,7 @@ void expect_same(keldb& table, const std::vector<std::string>& twin, unsigned co
     try {
         change();
     } catch (const std::bad_alloc&) {
-        EXPECT_GT(count, testing_kit::kLargestBlock / 64);
+        EXPECT_GT(count, kLargestBlock / 64);
     }
     std::vector<std::string> names;
     for (unsigned i = 0; i < table.get_num_records(); ++i) names.emplace_back(table[i].field_text(0));
@@ -66,7 +62,7 @@ void expect_same(keldb& table, const std::vector<std::string>& twin, unsigned co
 }
 
 TEST(Arguments, CountsAndPositions) {
-    EXPECT_GE(testing_kit::live_blocks(), 0);  // brings in the operators that refuse absurd requests
+    EXPECT_GE(live_blocks(), 0);  // brings in the operators that refuse absurd requests
     for (const unsigned rows : kSizes) {
         for (const unsigned count : arguments(rows)) {
             for (const unsigned at : arguments(rows)) {

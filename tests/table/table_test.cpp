@@ -1,22 +1,12 @@
 // A table's life and fields, its update brackets, copies, assignment, records taken from other tables, and parts.
-#include <gtest/gtest.h>
-
 #include <ctime>
-#include <map>
 
-#include "keldb/library/startup_settings.h"
 #include "keldb/search/record_order.h"
-#include "keldb/support/config_block.h"
-#include "keldb/support/text_file.h"
 #include "keldb/table/parameter_list.h"
 #include "keldb/table/row_ids.h"
-#include "tests/testing/announcements.h"
-#include "tests/testing/random.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 // --- Life and fields ---
 

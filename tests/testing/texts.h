@@ -1,9 +1,10 @@
-// Texts that break careless code, and what tests do with texts.
+// Texts that break careless code, what tests do with texts, and random choices from a seed.
 #ifndef KELDB_TESTS_TESTING_TEXTS_H
 #define KELDB_TESTS_TESTING_TEXTS_H
 
 #include <algorithm>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,6 +51,26 @@ void every_text(std::string_view alphabet, std::size_t length, const Visit& visi
         for (const char c : alphabet) every_text(alphabet, length, visit, start + c);
     }
 }
+
+// The same choices on every machine.
+class Random {
+public:
+    explicit Random(unsigned seed) : engine_(seed) {}
+    unsigned below(std::size_t n) { return static_cast<unsigned>(engine_() % n); }
+    bool one_in(unsigned n) { return below(n) == 0; }
+    template <class T>
+    const T& of(const std::vector<T>& values) {
+        return values[below(values.size())];
+    }
+    std::string bytes(std::size_t size) {
+        std::string text(size, '\0');
+        for (char& byte : text) byte = static_cast<char>(below(256));
+        return text;
+    }
+
+private:
+    std::mt19937 engine_;
+};
 
 }  // namespace testing_kit
 

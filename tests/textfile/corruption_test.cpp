@@ -1,15 +1,7 @@
 // A damaged file keeps the records before the damage, or is refused; no record ever has a wrong number of fields.
-#include <gtest/gtest.h>
-
-#include <iostream>
-
-#include "keldb/support/log.h"
-#include "tests/testing/plain_table.h"
-#include "tests/testing/table_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 const std::string kFile =
     "\"KELDB:Rev 1\"\n\"owner:ed\"\n\"day:12, night\"\n\"KELDB\"\n"

@@ -1,15 +1,8 @@
 // Loading table files and comma-separated ones: every way a load can end, what it says on the way, and its edges.
 // A | in the text of a file stands for a line end.
-#include <gtest/gtest.h>
-
-#include "keldb/support/log.h"
-#include "tests/testing/plain_table.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/temp_dir.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 std::string bytes_of(std::string file) {
     std::replace(file.begin(), file.end(), '|', '\n');

@@ -1,18 +1,8 @@
 // Saving tables: the bytes that are written, and that loading them gives back everything but what storage_losses names.
-#include <gtest/gtest.h>
-
-#include <iostream>
-#include <set>
-
-#include "keldb/support/log.h"
-#include "tests/testing/plain_table.h"
-#include "tests/testing/random.h"
-#include "tests/testing/table_text.h"
-#include "tests/testing/temp_dir.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
-using namespace testing_kit;
 using Kind = StorageLoss::Kind;
 using Reason = StorageLoss::Reason;
 

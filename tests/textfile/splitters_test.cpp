@@ -1,17 +1,13 @@
 // Splitting a line of a table file into values, and one of a comma-separated file into pieces; quoting; and the steps
 // of sixteen bytes that they take.
-#include <gtest/gtest.h>
-
-#include "keldb/support/ascii.h"
 #include "keldb/textfile/byte_steps.h"
 #include "keldb/textfile/csv_splitter.h"
 #include "keldb/textfile/line_splitter.h"
 #include "keldb/textfile/value_quoting.h"
-#include "tests/testing/texts.h"
+#include "tests/testing/kit.h"
 
 namespace {
 
-using namespace testing_kit;
 using Texts = std::vector<std::string>;
 
 // The rules one character at a time, with no short cut.

@@ -1,14 +1,7 @@
 // What a view answers as a table (over a table, over another view, and detached), and what it shows and tags.
-#include <gtest/gtest.h>
-
-#include <memory>
-
-#include "tests/testing/announcements.h"
-#include "tests/testing/views_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 std::string shown(const char* text) { return text ? text : "null"; }
 std::string shown(const String& text) { return text.c_str(); }

@@ -1,17 +1,8 @@
 // The cursor over a view, and a view written to a file or turned into a table.
-#include <gtest/gtest.h>
-
-#include <memory>
-
-#include "keldb/support/text_file.h"
 #include "keldb/views/odb_view_cursor.h"
-#include "tests/testing/announcements.h"
-#include "tests/testing/temp_dir.h"
-#include "tests/testing/views_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 // + - forward and back, = to a position, x remove; r f s find a table row's record, a name, a name among sorted ones.
 int step(ODBViewCursor& cursor, const std::string& what, keldb& table) {

@@ -3,14 +3,9 @@
 //
 // At every call each view must name exactly the records that it named at first and that are still there, each with its
 // own tag: repair comes before the first announcement. Afterwards everything must still be in order and usable.
-#include <gtest/gtest.h>
-
-#include "tests/testing/announcements.h"
-#include "tests/testing/views_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 const int kDeleted = kel::records_deleted_type();
 

@@ -1,17 +1,11 @@
 // What a view is made of: the room for its entries, its field spec, its parameters, its handles; and how deep views may
 // stand on each other on the small stack of a helper thread.
-#include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <memory>
-
-#include "keldb/support/log.h"
 #include "keldb/views/row_index.h"
-#include "tests/testing/views_text.h"
+#include "tests/testing/kit.h"
 
 namespace {
-
-using namespace testing_kit;
 
 TEST(ViewIndex, GrowsAndShrinksByTheRule) {
     const std::vector<std::pair<int, int>> kRooms[] = {

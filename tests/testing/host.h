@@ -1,7 +1,8 @@
-// A folder that lives as long as the object, and what tests ask about files and descriptors.
-#ifndef KELDB_TESTS_TESTING_TEMP_DIR_H
-#define KELDB_TESTS_TESTING_TEMP_DIR_H
+// What tests ask of the machine: a folder that lives as long as the object, files, descriptors, and a child process.
+#ifndef KELDB_TESTS_TESTING_HOST_H
+#define KELDB_TESTS_TESTING_HOST_H
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -58,6 +59,17 @@ inline std::vector<std::string> names_in(const std::string& folder) {
 }
 
 inline std::size_t open_descriptors() { return names_in("/proc/self/fd").size(); }
+
+// Work in a child process, which may die half-way, give up its rights or become another program.
+// Runs `work` in a child process and returns the exit status that it returns (0 to 255); -1 when a signal ended it.
+template <class Work>
+int in_child(const Work& work) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(work());
+    int status = 0;
+    const bool ended = child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return ended ? WEXITSTATUS(status) : -1;
+}
 
 }  // namespace testing_kit
 
