@@ -198,8 +198,8 @@ double timed_look_ups(const std::vector<Id>& ids, Find find) {
 }
 
 template <class Map>
-Map map_of(unsigned records) {
-    const keldb& table = log_table(records);
+Map map_of(const keldb& table) {
+    const unsigned records = table.get_num_records();
     Map rows;
     if constexpr (requires { rows.reserve(records); }) rows.reserve(records);
     for (unsigned row = 0; row < records; ++row)
@@ -210,12 +210,13 @@ Map map_of(unsigned records) {
 template <class Map>
 void add_map(const std::string& name, unsigned records) {
     add_timing("identifier_index", name, records, [=] {
+        const auto table = load(records);
         Map rows;
-        return seconds([&] { rows = map_of<Map>(records); });
+        return seconds([&] { rows = map_of<Map>(*table); });
     });
     add_timing("identifier_look_ups", name, records, [=] {
         static Map rows;
-        if (rows.size() != records) rows = map_of<Map>(records);
+        if (rows.size() != records) rows = map_of<Map>(log_table(records));
         const auto ids = wanted_identifiers<std::string>(records, [](std::string text) { return text; });
         return timed_look_ups(ids, [&](const std::string& id) {
             const auto found = rows.find(id);

@@ -30,10 +30,8 @@ void keldb::build_row_ids() const {
     kel::RowIds ids;
     const unsigned count = get_num_records();
     ids.reserve(count);
-    for (unsigned row = 0; row < count; ++row) {
-        const std::string_view text = get_record(row)->field_text(static_cast<unsigned>(field));
-        ids.put_first(Cookie(String(text), false), static_cast<int>(row));
-    }
+    for (unsigned row = 0; row < count; ++row)
+        ids.put_first(get_record(row)->field_text(static_cast<unsigned>(field)), static_cast<int>(row));
     ids.set_stamp(row_ids_stamp());
     std::swap(row_ids_, ids);
 }

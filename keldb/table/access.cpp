@@ -134,7 +134,7 @@ int keldb::set_field(unsigned row, const Cookie& id) {
     dbrecord* record = get_record(row);
     const int field = layout_.find("cookie");
     if (!record || field < 0) return 0;
-    row_ids_.put(id, static_cast<int>(row));
+    row_ids_.put(id.text(), static_cast<int>(row));
     return record->setField(static_cast<unsigned short>(field), id.asString(false)) ? 1 : 0;
 }
 

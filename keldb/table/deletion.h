@@ -8,11 +8,10 @@
 //     2. Repair. The announcer takes its rows out; then each follower, in one pass over its entries, drops those that
 //        named a lost row and renumbers the others.
 //     3. Announce. Listeners are told, depth first in the order of registration. A follower passes on what it lost as
-//     if
-//        it had lost entry after entry: one "recordsDeleted" each with the position at that moment, in the order of the
-//        lost rows (and of its entries, for a row that it showed more than once), and at the end one "recordsChanged".
-//        By then every follower is repaired: whoever listens finds each one naming the right records, and the other
-//        entries of the same deletion gone as well.
+//        if it had lost entry after entry: one "recordsDeleted" each with the position at that moment, in the order of
+//        the lost rows (and of its entries, for a row that it showed more than once), and at the end one
+//        "recordsChanged". By then every follower is repaired: whoever listens finds each one naming the right records,
+//        and the other entries of the same deletion gone as well.
 //
 // A follower that lets go of its base in the middle of its announcements sends no further "recordsDeleted".
 //

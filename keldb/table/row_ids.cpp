@@ -31,7 +31,7 @@ std::size_t RowIds::slot_of(std::string_view id, std::uint32_t hash) const noexc
     std::size_t slot = hash & mask;
     while (slots_[slot] != kFree) {
         const Entry& entry = entries_[slots_[slot]];
-        if (entry.hash == hash && entry.id.text() == id) break;
+        if (entry.hash == hash && entry.id == id) break;
         slot = (slot + 1) & mask;
     }
     return slot;
@@ -43,24 +43,15 @@ int RowIds::find(std::string_view id) const noexcept {
     return index == kFree ? -1 : entries_[index].row;
 }
 
-void RowIds::put(const Cookie& id, int row) {
-    const std::uint32_t hash = hash_of(id.text());
-    const std::uint32_t index = slots_.empty() ? kFree : slots_[slot_of(id.text(), hash)];
-    if (index != kFree)
-        entries_[index].row = row;
-    else
-        add(id, row, hash);
-}
-
-void RowIds::put_first(const Cookie& id, int row) {
-    const std::uint32_t hash = hash_of(id.text());
-    if (slots_.empty() || slots_[slot_of(id.text(), hash)] == kFree) add(id, row, hash);
-}
-
-void RowIds::add(const Cookie& id, int row, std::uint32_t hash) {
+RowIds::Entry& RowIds::entry_of(std::string_view id, int row) {
     if (2 * (entries_.size() + 1) > slots_.size()) grow(std::max<std::size_t>(16, 2 * slots_.size()));
-    entries_.push_back({id, row, hash});
-    slots_[slot_of(id.text(), hash)] = static_cast<std::uint32_t>(entries_.size() - 1);
+    const std::uint32_t hash = hash_of(id);
+    std::uint32_t& index = slots_[slot_of(id, hash)];
+    if (index == kFree) {
+        entries_.push_back({String(id), row, hash});
+        index = static_cast<std::uint32_t>(entries_.size() - 1);
+    }
+    return entries_[index];
 }
 
 void RowIds::grow(std::size_t slots) {
@@ -75,7 +66,7 @@ void RowIds::grow(std::size_t slots) {
 
 bool RowIds::ok() const noexcept {
     return std::all_of(entries_.begin(), entries_.end(), [this](const Entry& entry) {
-        return slots_[slot_of(entry.id.text(), entry.hash)] == static_cast<std::uint32_t>(&entry - entries_.data());
+        return slots_[slot_of(entry.id, entry.hash)] == static_cast<std::uint32_t>(&entry - entries_.data());
     });
 }
 

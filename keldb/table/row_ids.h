@@ -2,14 +2,15 @@
 //
 // Invariants: no stored row has moved since it was stored; each identifier is held once. The map may be incomplete: it
 // is built in full only from empty, and single entries may be put in before that. A hash table over a flat list of
-// entries; equality is that of Cookie::compare.
+// entries; identifiers are compared byte by byte, as Cookie compares them.
 #ifndef KELDB_TABLE_ROW_IDS_H
 #define KELDB_TABLE_ROW_IDS_H
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
-#include "keldb/support/cookie.h"
+#include "keldb/support/string.h"
 
 namespace kel {
 
@@ -28,21 +29,21 @@ public:
     void clear() noexcept;
     void reserve(std::size_t count);
 
-    int find(std::string_view id) const noexcept;  // the row, or -1
-    void put(const Cookie& id, int row);           // replaces the row of an identifier that is there
-    void put_first(const Cookie& id, int row);     // leaves it
+    int find(std::string_view id) const noexcept;                            // the row, or -1
+    void put(std::string_view id, int row) { entry_of(id, row).row = row; }  // replaces the row of one that is there
+    void put_first(std::string_view id, int row) { entry_of(id, row); }      // leaves it
     bool ok() const noexcept;
 
 private:
     struct Entry {
-        Cookie id;
+        String id;
         int row;
         std::uint32_t hash;
     };
     static constexpr std::uint32_t kFree = UINT32_MAX;
 
     std::size_t slot_of(std::string_view id, std::uint32_t hash) const noexcept;
-    void add(const Cookie& id, int row, std::uint32_t hash);
+    Entry& entry_of(std::string_view id, int row);  // made with that row when there is none
     void grow(std::size_t slots);
 
     Stamp stamp_{0, 0};

@@ -6,12 +6,21 @@
 #ifndef KELDB_TABLE_ROW_SET_H
 #define KELDB_TABLE_ROW_SET_H
 
-#include <bit>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace kel {
+
+// As std::popcount, which is a call of a library function where the oldest processors have no instruction for it.
+inline unsigned count_bits(std::uint64_t bits) noexcept {
+    bits -= bits >> 1 & 0x5555555555555555U;
+    bits = (bits & 0x3333333333333333U) + (bits >> 2 & 0x3333333333333333U);
+    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0FU;
+    bits += bits >> 8;
+    bits += bits >> 16;
+    return static_cast<unsigned>((bits + (bits >> 32)) & 0x7F);
+}
 
 class RowSet {
 public:
@@ -36,7 +45,7 @@ public:
         unsigned count = 0;
         for (std::size_t i = 0; i < bits_.size(); ++i) {
             before_[i] = count;
-            count += static_cast<unsigned>(std::popcount(bits_[i]));
+            count += count_bits(bits_[i]);
         }
         count_ = count;
     }
@@ -50,7 +59,7 @@ public:
         if (!scattered_) return row <= first_ ? 0 : row - first_ < count_ ? row - first_ : count_;
         if (row / 64 >= bits_.size()) return count_;
         const std::uint64_t lower = bits_[row / 64] & ((std::uint64_t{1} << row % 64) - 1);
-        return before_[row / 64] + static_cast<unsigned>(std::popcount(lower));
+        return before_[row / 64] + count_bits(lower);
     }
 
     bool is_run() const noexcept { return !scattered_; }

@@ -92,7 +92,7 @@ private:
             const dbrecord* record = base.get_record(row);
             if (!record) continue;
             const std::string_view id = record->field_text(static_cast<unsigned>(field_));
-            rows_.put_first(Cookie(String(id), false), static_cast<int>(row));
+            rows_.put_first(id, static_cast<int>(row));
         }
         made_ = true;
     }

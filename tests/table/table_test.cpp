@@ -275,8 +275,8 @@ TEST(RowIds, AgreeWithAMap) {
         const unsigned what = random.below(600);
         if (what == 0) ids.clear(), twin.clear();
         if (what < 9) ids.reserve(random.below(200));
-        if (what % 2 == 0) ids.put(Cookie(String(id), false), row), twin[id] = row;
-        if (what % 2 == 1) ids.put_first(Cookie(String(id), false), row), twin.try_emplace(id, row);
+        if (what % 2 == 0) ids.put(id, row), twin[id] = row;
+        if (what % 2 == 1) ids.put_first(id, row), twin.try_emplace(id, row);
         const std::string asked = "M" + std::to_string(random.below(150));
         ASSERT_EQ(ids.find(asked), twin.contains(asked) ? twin[asked] : -1);
         ASSERT_TRUE(ids.ok());
