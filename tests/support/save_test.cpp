@@ -202,7 +202,13 @@ TEST(Save, DyingAtAnyOperationLeavesTheOldFileOrTheNewOne) {
     });
 }
 
-const std::string k251(251, 'n'), k252(252, 'n'), kUtf8 = k251 + "\xC3\xA9\xC3\xA9";
+const std::string k251(251, 'n'), k252(252, 'n');
+// The longest name; where a temporary's name is cut off, a letter would be cut in two.
+const std::string kUtf8 = [] {
+    std::string name = "n";
+    while (name.size() < 255) name += "\xC3\xA9";
+    return name;
+}();
 
 const struct {
     std::string before, name;
