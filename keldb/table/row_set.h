@@ -6,8 +6,8 @@
 #ifndef KELDB_TABLE_ROW_SET_H
 #define KELDB_TABLE_ROW_SET_H
 
+#include <algorithm>
 #include <cstdint>
-#include <span>
 #include <vector>
 
 namespace kel {
@@ -56,7 +56,7 @@ public:
         return row / 64 < bits_.size() && (bits_[row / 64] >> row % 64 & 1) != 0;
     }
     unsigned below(unsigned row) const noexcept {  // how many of them lie below the row
-        if (!scattered_) return row <= first_ ? 0 : row - first_ < count_ ? row - first_ : count_;
+        if (!scattered_) return row <= first_ ? 0 : std::min(row - first_, count_);
         if (row / 64 >= bits_.size()) return count_;
         const std::uint64_t lower = bits_[row / 64] & ((std::uint64_t{1} << row % 64) - 1);
         return before_[row / 64] + count_bits(lower);
