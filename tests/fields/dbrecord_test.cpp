@@ -69,6 +69,9 @@ TEST(RecordIndexes, OutsideTouchNothing) {
     record.resizeRecord(1, nullptr, true);
     EXPECT_EQ(record.get_changed() + table.get_changed() + record.setField(2, "z"), 0);
     EXPECT_EQ(text_of(record), "x,y");
+    const int map = 0;
+    record.resizeRecord(0, &map, false);
+    EXPECT_EQ(text_of(record), "");
 }
 
 TEST(RecordWrites, TrimAndSetTheChangedFlags) {

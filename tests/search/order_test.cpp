@@ -135,8 +135,9 @@ std::string value_for_sorting(Random& random, unsigned kind) {
         if (random.one_in(400)) return " 10:00:0";
         [[fallthrough]];
     case 7:  // timecodes in their usual form only
+    case 9:  // with something behind
         return "10:00:0" + std::to_string(random.below(4)) + (random.one_in(4) ? ';' : ':') +
-               std::to_string(10 + random.below(15));
+               std::to_string(10 + random.below(15)) + (kind == 9 ? heads ? "0" : "1" : "");
     case 3:
         return random.of(odd_texts());
     case 4:  // runs that are too long for one byte of length, too
@@ -157,7 +158,7 @@ TEST(KeyedSort, EqualsAStableSortByTheComparison) {
         table.add_records(static_cast<int>(sizes[seed % sizes.size()]));
         const bool by_timecode = random.one_in(4);  // nothing but that, as logs are sorted most
         unsigned kinds[3];
-        for (unsigned& kind : kinds) kind = by_timecode ? 7 : random.below(9);
+        for (unsigned& kind : kinds) kind = by_timecode ? 7 + seed % 2 * 2 : random.below(9);
         for (unsigned row = 0; row < table.get_num_records(); ++row) {
             for (unsigned i = 0; i < 3 && row % 50 != 7; ++i) {
                 const unsigned kind = kinds[i] == 8 ? random.below(7) : kinds[i];

@@ -36,6 +36,12 @@ TEST(Arguments, NamingRowsAndFields) {
         }
     }
     keldb table = table_with(1);
+    table.add_param("p", "v");  // behind the revision
+    for (const int i : {-1, 0, 1, 2, INT_MAX, INT_MIN}) {
+        const bool there = i == 0 || i == 1;
+        EXPECT_TRUE((table.get_nth_param_name(i) != nullptr) == there &&
+                    (table.get_nth_param_val(i) != nullptr) == there);
+    }
     double real = 7;
     int number = 7;
     bool truth = true;
