@@ -20,7 +20,7 @@ struct TagOptions {
 int find_or_add_field(OpenTable& input, bool add) {
     const int field = tag_field(input.table);
     if (field >= 0) return field;
-    if (add) return static_cast<int>(input.table.addField({"Tag", DBFieldTypes::numeric}));
+    if (add) return input.table.addField({"Tag", DBFieldTypes::numeric});
     tell("{}: there is no field \"Tag\" to keep tags in; --add-field adds one", input.name);
     return -1;
 }

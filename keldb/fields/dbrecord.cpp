@@ -19,6 +19,7 @@ constexpr std::size_t kLongestNumber = 352;
 
 dbrecord& dbrecord::operator=(const dbrecord& other) {
     values_.resize(other.values_.size());
+    note_quiet_write();
     for (unsigned short i = 0; i < values_.size(); ++i) set_field(i, other.values_.text(i), true);
     return *this;
 }

@@ -159,6 +159,11 @@ std::string_view FieldValues::other_text(unsigned short i) const noexcept {
     return form_ == Form::wide ? Packed<std::uint32_t>{block_, stored_}.text(i) : open().text(i);
 }
 
+String FieldValues::other_copy(unsigned short i) const {
+    if (form_ == Form::open && i < stored_ && open().has(i)) return open().strings()[i];
+    return String(text(i));
+}
+
 const String& FieldValues::string(unsigned short i) const {
     const Open values = opened_up();
     return values.has(i) ? values.strings()[i] : values.made(i, values.before().text(i));

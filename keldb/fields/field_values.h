@@ -87,9 +87,9 @@ public:
         }
         return other_text(i);
     }
-    // A String of its own with the value: as String(text(i)), quicker.
+    // A String with the value: as String(text(i)), quicker, and sharing its text with the String that is there already.
     String copy(unsigned short i) const {
-        if (i >= stored_ || form_ != Form::narrow) return String(text(i));
+        if (i >= stored_ || form_ != Form::narrow) return other_copy(i);
         const std::size_t readable =
             static_cast<std::size_t>(narrow_texts() + narrow_ends()[stored_ - 1] - text(i).data());
         return String::copied(text(i), readable);
@@ -159,6 +159,7 @@ private:
     const std::uint16_t* narrow_ends() const noexcept { return reinterpret_cast<const std::uint16_t*>(block_ + 1); }
     const char* narrow_texts() const noexcept { return reinterpret_cast<const char*>(narrow_ends() + stored_); }
     std::string_view other_text(unsigned short i) const noexcept;
+    String other_copy(unsigned short i) const;
     Open open() const noexcept;
     Open opened_up() const;
     bool overwrite(unsigned short i, std::string_view text) noexcept;

@@ -2,14 +2,14 @@
 //
 // A value under a rule is encoded as bytes, of which one step holds sixteen: bytes 16k to 16k + 15, big-endian, zero
 // bytes after the end. Of two values a smaller step (the steps before being equal) means the smaller value. A step
-// whose last byte is zero is a value's last.
+// whose last byte is zero is a value's last, when the encoding is exact.
 //
 // Natural order: a run of digits becomes '0', the count of its digits without leading zeros, and these digits in pairs;
 // so runs compare by value, and with other bytes as digits do. Other bytes are folded to lower case.
 //
 // Exact encodings that are ended are equal only for values that the comparison finds equal. Natural ones get there by
 // an end mark that says how many leading zeros each run had (more of them come first, as in plain text); where that
-// does not decide, as for a run of zeros alone, they do not end. A text with control characters, very many runs or very
+// does not decide, as for a run of zeros alone, they do not end. A text with bytes 0 to 2, very many runs or very
 // many zeros has no exact encoding.
 #ifndef KELDB_SEARCH_KEY_WORDS_H
 #define KELDB_SEARCH_KEY_WORDS_H

@@ -33,16 +33,21 @@ int keldb::match_record(int row) const {
     return query_plan().matches(*record) ? 1 : 0;
 }
 
+bool keldb::sets_condition(unsigned field) const {
+    return field < query_.criteria().size() && !query_.criteria()[field].empty();
+}
+
 int keldb::match_field(const dbrecord* record, int field) const {
-    if (!record || field < 0) return 0;
+    if (field < 0) return 0;
+    if (!record) return sets_condition(static_cast<unsigned>(field)) ? 0 : 1;
     return query_plan().matches_field(*record, static_cast<unsigned>(field)) ? 1 : 0;
 }
 
 bool keldb::found_in_special_label_field(const dbrecord* record, int field) const {
     const auto i = static_cast<unsigned>(field);
-    if (!record || field < 0 || i >= layout_.size()) return false;
-    if (i >= query_.criteria().size() || query_.criteria()[i].empty()) return true;
-    return kel::QueryPlan::in_pair_of(i, query_.criteria()[i].getCriterion(0).text(), layout_, *record);
+    if (field < 0 || i >= layout_.size()) return false;
+    if (!sets_condition(i)) return true;
+    return record && kel::QueryPlan::in_pair_of(i, query_.criteria()[i].getCriterion(0).text(), layout_, *record);
 }
 
 bool keldb::matchField(const dbrecord* record, unsigned short field, const TextSearch::Criteria& criteria) const {

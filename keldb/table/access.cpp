@@ -135,7 +135,12 @@ int keldb::set_field(unsigned row, const Cookie& id) {
     const int field = layout_.find("cookie");
     if (!record || field < 0) return 0;
     row_ids_.put(id.text(), static_cast<int>(row));
-    return record->setField(static_cast<unsigned short>(field), id.asString(false)) ? 1 : 0;
+    try {
+        return record->setField(static_cast<unsigned short>(field), id.asString(false)) ? 1 : 0;
+    } catch (...) {
+        row_ids_.clear();  // it must not name a row that does not carry the identifier
+        throw;
+    }
 }
 
 // --- Adding and removing records ---

@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "keldb/table/deletion.h"
 #include "keldb/table/keldb.h"
 
 void keldb::clear_changed() {
@@ -18,11 +19,13 @@ void keldb::beginUpdate() { updates_.begin(); }
 void keldb::addToUpdate(const Cookie& id) { updates_.add(id); }
 
 void keldb::endUpdate() {
-    Qv::Ptr<iObject> payload;  // made first: when memory is out, the bracket is still open
+    // Both are made first: when memory is out, the bracket is still open.
+    const int type = kel::records_changed_type();
+    Qv::Ptr<iObject> payload;
     if (updates_.about_to_send()) payload = Qv::Ptr<iObject>(new WrappedData<CookieVec>(updates_.pending()));
     if (!updates_.end()) return;
     updates_.take();
-    call(NotifyMsg(payload), NotifyMsgTypeDictionary::instance().intern("recordsChanged"));
+    call(NotifyMsg(payload), type);
 }
 
 bool keldb::update(configb* block, int row) {

@@ -6,8 +6,11 @@
 
 keldb::keldb(const keldb& source, int withRecords)
     : Qv::InternalRefCount(), iVirtual(), ODBBase(), Notifier(), revision_(source.revision_), layout_(source.layout_) {
-    for (unsigned i = 0; i < source.params_.size(); ++i)
-        add_param(source.params_.name(i).c_str(), source.params_.value(i).c_str());
+    for (unsigned i = 0; i < source.params_.size(); ++i) {
+        if (params_.set(source.params_.name(i).view(), source.params_.value(i).view()) ==
+            kel::ParameterList::Outcome::changed)
+            changed_ = 1;
+    }
     post_init();
     if (withRecords != 0) copy_shown_records(source);
     valid_ = 1;
@@ -61,5 +64,6 @@ keldb& keldb::operator=(const keldb& source) {
     last_mod_time_ = source.last_mod_time_;
     tracks_modification_ = source.tracks_modification_;
     valid_ = source.valid_;
+    writes_ = source.writes_;  // the map of identifiers is as true, or as stale, as the source's
     return *this;
 }

@@ -38,14 +38,17 @@ int keldb::delete_tagged_at_once() {
     return static_cast<int>(count);
 }
 
+// Ends with the run that reaches the last row, whatever a listener appended, and when one turns show-tags-only on.
 int keldb::delete_tagged_runs() {
     int deleted = 0;
-    for (unsigned row = 0; row < records_.size(); ++row) {
+    for (unsigned row = 0; row < records_.size() && !shown_.on(); ++row) {
         const unsigned start = row;
         while (row < records_.size() && records_[row]->get_tag() == 1) ++row;
         if (row == start) continue;
+        const bool last = row == records_.size();
         deleted += static_cast<int>(row - start);
         delete_records(start, row - start);
+        if (last) break;
         row = start;  // where the row that ended the run stands now
     }
     return deleted;

@@ -22,14 +22,19 @@ int FieldLayout::find(std::string_view name) const noexcept {
         return entry == by_name_.end() ? -1 : static_cast<int>(entry->second);
     }
     for (unsigned i = 0; i < size(); ++i) {
-        if (equal_ignoring_case(names_[i], name)) return static_cast<int>(i);
+        if (equal_ignoring_case(*names_[i], name)) return static_cast<int>(i);
     }
     return -1;
 }
 
+bool FieldLayout::same_names(const FieldLayout& other) const {
+    return std::equal(names_.begin(), names_.end(), other.names_.begin(), other.names_.end(),
+                      [](const auto& a, const auto& b) { return *a == *b; });
+}
+
 void FieldLayout::reset(unsigned count) {
     FieldLayout fresh;
-    fresh.names_.resize(count);
+    if (count != 0) fresh.names_.assign(count, std::make_shared<const String>());
     fresh.types_.resize(count, DBFieldTypes::text);
     fresh.version_ = version_ + 1;
     *this = std::move(fresh);
@@ -37,7 +42,7 @@ void FieldLayout::reset(unsigned count) {
 
 void FieldLayout::compute_range_flags() {
     range_flags_.assign(size(), false);
-    for (unsigned i = 0; i < size(); ++i) range_flags_[i] = range_pair_of(names_[i]) != nullptr;
+    for (unsigned i = 0; i < size(); ++i) range_flags_[i] = range_pair_of(*names_[i]) != nullptr;
     ++version_;
 }
 
@@ -48,10 +53,10 @@ void FieldLayout::set_type(unsigned field, DBFieldTypes::eType type) {
 
 // The field's own entry leaves the map; another field with the same name takes it over.
 void FieldLayout::forget(unsigned field) {
-    const auto entry = by_name_.find(names_[field].view());
+    const auto entry = by_name_.find(names_[field]->view());
     if (entry == by_name_.end() || entry->second != field) return;
     for (unsigned i = 0; i < size(); ++i) {
-        if (i != field && equal_ignoring_case(names_[i], names_[field])) {
+        if (i != field && equal_ignoring_case(*names_[i], *names_[field])) {
             entry->second = i;
             return;
         }
@@ -60,11 +65,11 @@ void FieldLayout::forget(unsigned field) {
 }
 
 void FieldLayout::rename(unsigned field, const String& name) {
-    const String held = name;  // which may be the field's own
-    // The new entry is the only step that can fail.
-    const auto place = held.empty() ? by_name_.end() : by_name_.try_emplace(held, field).first;
-    if (!equal_ignoring_case(names_[field], held)) forget(field);
-    names_[field] = held;
+    auto held = std::make_shared<const String>(name);  // which may be the field's own
+    // The new entry is the last step that can fail.
+    const auto place = held->empty() ? by_name_.end() : by_name_.try_emplace(*held, field).first;
+    if (!equal_ignoring_case(*names_[field], *held)) forget(field);
+    names_[field] = std::move(held);
     if (place != by_name_.end()) place->second = field;
     ++version_;
 }
@@ -73,9 +78,10 @@ unsigned FieldLayout::add(const String& name, DBFieldTypes::eType type) {
     const unsigned field = size();
     make_room_for_one(names_);
     make_room_for_one(types_);
-    make_room_for_one(range_flags_);
+    range_flags_.reserve(field + 1U);
+    auto held = std::make_shared<const String>(name);
     if (!name.empty()) by_name_.insert_or_assign(name, field);
-    names_.push_back(name);
+    names_.push_back(std::move(held));
     types_.push_back(type);
     range_flags_.resize(field);
     range_flags_.push_back(range_pair_of(name) != nullptr);
@@ -86,7 +92,7 @@ unsigned FieldLayout::add(const String& name, DBFieldTypes::eType type) {
 void FieldLayout::remove(unsigned field) {
     decltype(by_name_) left;
     for (unsigned i = 0; i < size(); ++i) {
-        if (i != field && !names_[i].empty()) left.try_emplace(names_[i], i < field ? i : i - 1);
+        if (i != field && !names_[i]->empty()) left.try_emplace(*names_[i], i < field ? i : i - 1);
     }
     by_name_.swap(left);
     names_.erase(names_.begin() + field);
@@ -97,9 +103,9 @@ void FieldLayout::remove(unsigned field) {
 
 bool FieldLayout::ok() const {
     if (types_.size() != names_.size() || range_flags_.size() > names_.size()) return false;
-    return by_name_.empty() || std::all_of(names_.begin(), names_.end(), [this](const String& name) {
-               const auto entry = by_name_.find(name.view());
-               return name.empty() || (entry != by_name_.end() && equal_ignoring_case(names_[entry->second], name));
+    return by_name_.empty() || std::all_of(names_.begin(), names_.end(), [this](const auto& name) {
+               const auto entry = by_name_.find(name->view());
+               return name->empty() || (entry != by_name_.end() && equal_ignoring_case(*names_[entry->second], *name));
            });
 }
 

@@ -7,6 +7,7 @@
 #define KELDB_TABLE_FIELD_LAYOUT_H
 
 #include <map>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace kel {
 class FieldLayout {
 public:
     unsigned size() const noexcept { return static_cast<unsigned>(names_.size()); }
-    const String& name(unsigned field) const { return names_[field]; }
+    const String& name(unsigned field) const { return *names_[field]; }  // stays where it is until renamed or removed
     DBFieldTypes::eType type(unsigned field) const { return types_[field]; }
 
     // Whether the field is half of a range pair by the name it had when the flag was computed; renaming leaves it.
@@ -35,8 +36,8 @@ public:
     unsigned add(const String& name, DBFieldTypes::eType type);
     void remove(unsigned field);
 
-    bool same_names(const FieldLayout& other) const { return names_ == other.names_; }
-    bool operator==(const FieldLayout& other) const { return names_ == other.names_ && types_ == other.types_; }
+    bool same_names(const FieldLayout& other) const;
+    bool operator==(const FieldLayout& other) const { return same_names(other) && types_ == other.types_; }
 
     // Another number after every change, for what is worked out from a layout and kept.
     unsigned long long version() const noexcept { return version_; }
@@ -50,7 +51,7 @@ private:
     };
     void forget(unsigned field);
 
-    std::vector<String> names_;
+    std::vector<std::shared_ptr<const String>> names_;  // none is null; shared with copies of the layout
     std::vector<DBFieldTypes::eType> types_;
     std::vector<bool> range_flags_;
     std::map<String, unsigned, CaseBlind> by_name_;

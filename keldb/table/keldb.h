@@ -79,7 +79,7 @@ public:
 
     // Adds an empty field to every record and returns its number; an existing name (ignoring case) changes nothing and
     // gives that field's. A table takes 65535 fields: then nothing changes and the result is 65535. Strong.
-    unsigned addField(const DBFieldDesc& field);
+    int addField(const DBFieldDesc& field);
     void removeField(const String& name);           // with its values; an unknown name changes nothing
     void setFieldWidth(unsigned field, int width);  // nothing: widths are worked out when the table is saved
     // Same number of fields with the same names, byte for byte; types are not compared. False for null.
@@ -132,8 +132,10 @@ public:
     void setQuery(const std::vector<TextSearch::Criteria>& criteria);  // refused when shorter than the field count
     bool matchField(const dbrecord* record, unsigned short field, const TextSearch::Criteria& criteria) const;
     void set_word_only_search(int flag);
-    void set_case_significant_search(int flag);   // kept; no comparison consults it
-    int getRowIndexByID(const Cookie& id) const;  // -1 when unknown; builds the map of identifiers when it is empty
+    void set_case_significant_search(int flag);  // kept; no comparison consults it
+    // The row of an identifier, the visible one while tagged records only are shown; -1 when unknown. Builds the map of
+    // identifiers when it is empty.
+    int getRowIndexByID(const Cookie& id) const;
     int getSortFieldIdx() const noexcept { return sort_keys_.own_field(); }
 
     // --- Text file (textfile/) ---
@@ -209,7 +211,7 @@ public:
     bool ok() const;  // every invariant of the table's parts, for asserts and tests
 
 protected:
-    void init();       // the empty, not valid state, without releasing anything
+    void init();       // the empty, not valid state: as free(), but for the map of identifiers
     void post_init();  // ready for records: room for 500, time stamped, sort by field 0, range flags computed
     void add_chunk();  // room for 500 more
     void fill_error_info(int kind, int index, int extra1, int extra2);
@@ -242,7 +244,8 @@ private:
     int delete_tagged_at_once();
     int delete_tagged_runs();
     void copy_shown_records(const keldb& source);
-    const kel::QueryPlan& query_plan() const;  // of the query and layout as they are now
+    const kel::QueryPlan& query_plan() const;   // of the query and layout as they are now
+    bool sets_condition(unsigned field) const;  // whether the query does for this field
     void sort_by_only(int field);
     void build_row_ids() const;
     bool row_carries(int row, const Cookie& id) const;

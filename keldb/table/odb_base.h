@@ -58,7 +58,8 @@ public:
     // --- Fields ---
 
     virtual String getField(unsigned row, unsigned field) = 0;  // the value; empty when there is none
-    // The field's name, "" (never null) when there is no such field. It lives until the field is renamed or removed.
+    // The field's name, "" (never null) when there is no such field. It lives until the field is renamed or removed, or
+    // the table loaded, freed or assigned to.
     virtual const char* get_fieldname(unsigned field) const = 0;
     // The length in bytes of the field's longest value over all stored records; walks them all on each call.
     virtual int get_fieldsize(unsigned field) const = 0;
@@ -77,14 +78,17 @@ public:
     virtual void set_filename(WString name) = 0;
     virtual WString get_filename() = 0;
 
-    // --- Sorting (rules: keldb::sort) ---
+    // --- Sorting: the two orders are described in keldb/search/record_order.h ---
 
-    virtual void set_sortfield(int field) = 0;
+    virtual void set_sortfield(int field) = 0;  // sorts by this field alone
     // The fields to sort by, ended by a negative entry. The array stays the caller's, must live while sorts use it, and
     // is written to: an entry that names no field becomes -1.
     virtual void set_sortfields(int* fields) = 0;
+    // Where comparisons of the ascending order begin in a value: above 0 from that byte on, below 0 with that many
+    // bytes before the end.
     virtual void set_sort_offset(int offset) = 0;
-    // Sorts the records, ascending for a direction of 0 or above, descending below. View: its own entries only.
+    // Sorts the records, ascending for a direction of 0 or above, descending below. With `plain` other than 0 the
+    // ascending order ignores case and nothing else: no numbers inside texts. View: its own entries only.
     virtual void sort(int direction, int plain) = 0;
 
     // --- Tags: low 8 bits, 0 is untagged. View: its own tags, 0 or 1 ---
@@ -106,10 +110,12 @@ public:
     // fields than the table is refused.
     virtual void set_query(dbrecord* query) = 0;
     // Tags the rows that match the query; with `keep` 0 the others are untagged. Returns the number of matches; 0, tags
-    // untouched, without a query. View: `keep` is taken as 0.
+    // untouched, without a query. View: `keep` is taken as 0, and without a query all are untagged.
     virtual int tag_matching_records(int keep) = 0;
-    // Tags one row of each distinct value of the field, case ignored, and returns the number of tagged rows. The table
-    // is sorted by the field for it. View: keeps its order.
+    // Tags one row of each distinct value of the field, case ignored, untags the others and returns the number of
+    // tagged rows. Distinct are values that differ from the one before them in the order of the field; a value that is
+    // empty in every record counts as none, and those longer than 255 bytes are all tagged. The table is left sorted by
+    // the field, all its records shown. View: keeps its order; only the sort field is set.
     virtual int tag_all_different(int field) = 0;
 
     // --- Writing values: 1 when the row and field exist, else 0. Leading white space is dropped ---
@@ -135,18 +141,23 @@ public:
 
     // --- Parameters. View: its own, copied from its base when it was attached ---
 
-    // Adds the parameter or replaces its value (names match ignoring case), 0; -1 for null, an empty name, or a 41st.
+    // Adds the parameter or replaces its value (names match ignoring case), 0; -1 for null, an empty name, a 41st, and
+    // for "KELDB" while there are none, which brings in that entry alone. View: takes any number, and "KELDB" like
+    // others.
     virtual int add_param(const char* name, const char* value) = 0;
     virtual void set_param_val(const char* name, const char* value) = 0;
-    virtual const char* get_param_val(const char* name) const = 0;  // null when absent; lives until it changes
+    virtual const char* get_param_val(
+        const char* name) const = 0;  // null when absent; lives until it changes, or as a field's name
 
     // --- Finding ---
 
     // The first stored row whose field holds the value, byte for byte; a length other than 0 compares only that many
-    // bytes. Both texts are required. The field "cookie" goes through the map of identifiers first. -1 when there is
-    // none. View: a row of its base, the whole value.
+    // bytes. Both texts are required. The field "cookie" goes through the map of identifiers first, and what that finds
+    // is its row: the visible one while tagged records only are shown, and for an identifier that stands twice not
+    // always the first. -1 when there is none. View: a row of its base, the whole value.
     virtual int findFirst(const char* field, const char* value, int length) = 0;
-    // Loads the process-wide sort state from the table; see keldb::sortPrepare.
+    // Loads the process-wide sort state (keldb/search/record_order.h) from the table; ends its key list at the first
+    // entry that names no field.
     virtual void sortPrepare(int direction, int plain) = 0;
     // 1 when the row matches the query, 0 when not, -1 when there is no such row or no query.
     virtual int match_record(int row) const = 0;

@@ -4,8 +4,18 @@
 
 namespace kel {
 
+ParameterList::ParameterList(const ParameterList& other) {
+    if (other.entries_.empty()) return;
+    entries_.reserve(kLimit);
+    entries_.insert(entries_.end(), other.entries_.begin(), other.entries_.end());
+}
+
 ParameterList::Outcome ParameterList::set(const char* name, const char* value) {
-    if (!name || !value || !*name) return Outcome::refused;
+    return name && value ? set(std::string_view(name), std::string_view(value)) : Outcome::refused;
+}
+
+ParameterList::Outcome ParameterList::set(std::string_view name, std::string_view value) {
+    if (name.empty()) return Outcome::refused;
     const int found = find(name);
     if (found >= 0) {
         Entry& entry = entries_[static_cast<unsigned>(found)];
@@ -23,6 +33,7 @@ ParameterList::Outcome ParameterList::set(const char* name, const char* value) {
 
 bool ParameterList::append_as_read(String name, String value) {
     if (entries_.size() >= kLimit) return false;
+    entries_.reserve(kLimit);
     entries_.push_back({std::move(name), std::move(value)});
     return true;
 }

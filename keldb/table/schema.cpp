@@ -4,11 +4,11 @@
 
 #include "keldb/table/keldb.h"
 
-unsigned keldb::addField(const DBFieldDesc& field) {
+int keldb::addField(const DBFieldDesc& field) {
     const int known = layout_.find(field.name);
-    if (known >= 0) return static_cast<unsigned>(known);
+    if (known >= 0) return known;
     const unsigned number = layout_.size();
-    if (number == std::numeric_limits<unsigned short>::max()) return number;  // full
+    if (number == std::numeric_limits<unsigned short>::max()) return static_cast<int>(number);  // full
     const auto before = static_cast<unsigned short>(number);
     const auto after = static_cast<unsigned short>(number + 1);
     unsigned widened = 0;
@@ -20,7 +20,7 @@ unsigned keldb::addField(const DBFieldDesc& field) {
         throw;
     }
     set_fieldtype(number, field.type);
-    return number;
+    return static_cast<int>(number);
 }
 
 void keldb::removeField(const String& name) {

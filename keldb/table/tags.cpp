@@ -34,12 +34,15 @@ int keldb::get_num_tags() {
     return tagged;
 }
 
-void keldb::index_tags() { shown_.index(records_.all()); }
+void keldb::index_tags() {
+    shown_.index(records_.all());
+    row_ids_.clear();  // its rows were numbered as shown before
+}
 
 void keldb::set_show_tags_only(int flag) {
     if (flag != 0) index_tags();
     shown_.set_flag(static_cast<unsigned>(flag));
-    row_ids_.clear();  // its rows were numbered as shown before
+    row_ids_.clear();
 }
 
 int keldb::get_show_tags_only() { return static_cast<int>(shown_.flag()); }

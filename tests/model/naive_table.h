@@ -283,13 +283,13 @@ public:
 
     // --- Fields ---
 
-    unsigned addField(const DBFieldDesc& added) {
+    int addField(const DBFieldDesc& added) {
         const Text field(added.name.view());
-        if (get_fieldnum(field) >= 0) return static_cast<unsigned>(get_fieldnum(field));
+        if (get_fieldnum(field) >= 0) return get_fieldnum(field);
         for (const RowPtr& row : rows) row->values.emplace_back();
         fields.push_back({field, added.type});
         number_names();
-        return static_cast<unsigned>(fields.size()) - 1;
+        return static_cast<int>(fields.size()) - 1;
     }
     void removeField(const char* field) {
         const int found = get_fieldnum(field);

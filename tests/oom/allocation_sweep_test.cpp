@@ -23,7 +23,8 @@ std::string whole_text_of(keldb& table) {
     for (unsigned i = 0; i < table.get_num_records(); ++i) text += table[i].get_changed() ? " c" : " -";
     for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
         text += std::string(" ") + table.get_nth_param_name(i) + '=' + table.get_nth_param_val(i);
-    for (const int number : {table.get_valid(), table.get_changed(), table.match_record(0), table.getSortFieldIdx()})
+    for (const int number : {table.get_valid(), table.get_changed(), table.match_record(0), table.getSortFieldIdx(),
+                             table.getRowIndexByID(long_id())})
         text += ' ' + std::to_string(number);
     return text + (table.ok() ? "\n" : " BROKEN");
 }
@@ -141,7 +142,7 @@ const Operation kOperations[] = {
     {"delete_records", [](H h) { h.table.delete_records(1, 3); }},
     {"delete_tagged_records", [](H h) { h.table.delete_tagged_records(); }, run_wise},
     {"set_field text", [](H h) { h.table.set_field(0, 1, kLongText); }},
-    {"set_field id", [](H h) { h.table.set_field(3, long_id()); }},
+    {"set_field id", [](H h) { h.table.set_field(3, long_id()); }, whole, [](H h) { h.table.getRowIndexByID(long_id()); }},
     {"setField", [](H h) { h.table.setField(3, 0, kLongText); }},
     {"getField", [](H h) { h.result = h.table.getField(0, 0).c_str(); }},
     {"set_fieldname", [](H h) { h.table.set_fieldname(0, "a & name of many bytes"); }},

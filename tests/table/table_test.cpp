@@ -38,14 +38,14 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
     table.free();
     EXPECT_EQ(text_of(table) + std::to_string(table.get_num_params()), "0");
     EXPECT_EQ(table.get_valid() + table.is_error() + table.get_changed() + table.get_show_tags_only(), 0);
-    EXPECT_EQ(table.addField({"again", DBFieldTypes::text}) + static_cast<unsigned>(table.add_records(1)), 0U);
+    EXPECT_EQ(table.addField({"again", DBFieldTypes::text}) + table.add_records(1), 0);
     EXPECT_TRUE(table.ok());
 }
 
 TEST(TableFields, TakeAtMostWhatARecordCounts) {
     keldb table(std::vector<DBFieldDesc>(70000, {"", DBFieldTypes::text}));
     table.add_records(1);
-    EXPECT_EQ(table.addField({"one more", DBFieldTypes::text}), 65535U);
+    EXPECT_EQ(table.addField({"one more", DBFieldTypes::text}), 65535);
     EXPECT_TRUE(table.get_num_fields() == 65535U && table.ok());
 }
 
@@ -77,6 +77,39 @@ TEST(TableFields, AreTheSameByNameAndPlaceAlone) {
         EXPECT_EQ(table.sameColumns(&other), same) << fields;
     }
     EXPECT_FALSE(table.sameColumns(nullptr));
+}
+
+TEST(TableTexts, StayWhereTheyAreWhileOthersComeAndGo) {
+    std::string bytes = "KELDB:Rev 1\nName:cl#ip\nKELDB\n1,1\ntext,text\na,b\nx,y\n";
+    bytes[bytes.find('#')] = '\0';
+    keldb table;
+    load_bytes(table, bytes);
+    keldb assigned, copied(table);
+    EXPECT_EQ(saved_bytes(copied), saved_bytes(table));
+    assigned = table;
+    for (keldb* each : {&table, &assigned, &copied}) {
+        const char *const parameter = each->get_param_val("Name"), *const name = each->get_fieldname(1);
+        for (int i = 0; i < 38; ++i) each->add_param(("p" + std::to_string(i)).c_str(), "v");
+        for (int i = 0; i < 40; ++i) each->addField({String("f" + std::to_string(i)), DBFieldTypes::text});
+        each->removeField("a");
+        EXPECT_TRUE(each->get_param_val("Name") == parameter && each->get_fieldname(0) == name);
+        each->setField(0, 0, "a text that is not held inside");
+        EXPECT_EQ(each->getField(0, 0).c_str(), each->getField(0, 0).c_str());  // one text, shared
+    }
+}
+
+TEST(TaggedDeletion, EndsWithTheLastRunAndWhenTaggedRecordsAreShownAlone) {
+    const std::tuple<void (*)(keldb&), int, const char*> kListeners[] = {
+        // appended behind the last run, and then once more when that is gone
+        {[](keldb& t) { add_record(t, "*new"), add_record(t, "*new"); }, 4, "n:a | b | *new | *new"},
+        {[](keldb& t) { t.set_show_tags_only(1); }, 1, "n:a | *c"},
+    };
+    for (const auto& [act, deleted, left] : kListeners) {
+        keldb table = table_of("n:a | *a | b | *c");
+        const auto guard = listen(table, kel::records_deleted_type(), [&](auto&) { act(table); });
+        EXPECT_EQ(table.delete_tagged_records(), deleted);
+        EXPECT_EQ(text_of(table), left);
+    }
 }
 
 TEST(DerivedTable, ReachesStoredRecordsParametersAndErrors) {
@@ -194,6 +227,18 @@ TEST(TableAssignment, TakesEverythingAndSharesNothingButTheCallersKeys) {
     target.sort(-1, 0);  // by the caller's list
     EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *c,,M3 | *a,09,M2 | b,10,M1");
     EXPECT_TRUE(target.ok());
+}
+
+TEST(TableAssignment, TakesAStaleMapOfIdentifiersAsSuch) {
+    const Cookie moved("M2", false);
+    keldb source = table_of("Cookie:a | M1 | M2"), target = table_of("Cookie:a | M1 | M2");
+    EXPECT_EQ(source.getRowIndexByID(moved), 1);
+    source.setField(1, 0, "M3");
+    target = source;  // which was written to as often as the source when its map was made
+    EXPECT_EQ(target.getRowIndexByID(moved) + target.findFirst("cookie", "M2", 0), -2);
+    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 1);
+    target[1] = dbrecord(0);
+    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), -1);
 }
 
 TEST(TableAssignment, OfOwnKeysAndOfItself) {
