@@ -71,7 +71,7 @@ int main() {
     print("all", all);
     print("chosen", chosen);
 
-    const Listener table_listener("table", log), all_listener("all", *all), chosen_listener("chosen", *chosen);
+    const Listener table_listener("table", log), all_listener("all", **all), chosen_listener("chosen", **chosen);
 
     std::printf("\nthe table deletes B, C and D:\n");
     log.delete_records(1, 3);

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "keldb/table/deletion.h"
 #include "keldb/table/keldb.h"
 #include "keldb/views/odb_view.h"
 

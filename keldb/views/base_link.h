@@ -10,14 +10,13 @@
 
 #include "keldb/support/export.h"
 #include "keldb/support/notify.h"
+#include "keldb/table/deletion.h"
 
 class keldb;
 class ODBBase;
 class ODBViewRep;
 
 namespace kel {
-
-class FollowerCallback;
 
 class KELDB_API BaseLink {
 public:

@@ -20,7 +20,7 @@ public:
     virtual void print(GrowString& out) const = 0;
 };
 
-// A field: prints the name that its base gives it, "voidref" without a base.
+// A field: prints the name that `base` gives it, "voidref" without a base and for one without fields.
 class KELDB_API SExprRef : public SExprElt {
 public:
     SExprRef(unsigned field, const ODBBase* base) : field_(field), base_(base) {}
@@ -29,7 +29,7 @@ public:
 
 private:
     unsigned field_;
-    const ODBBase* base_;  // not owned; outlives the view that holds this
+    const ODBBase* base_;  // not owned: the view that holds this, which asks what it stands on
 };
 
 // A list of elements: prints "(a b c)". Destroying it destroys them, without recursion.
@@ -49,14 +49,14 @@ namespace kel {
 // Invariants: the text is exactly as given; the list holds only names that were found in the base, in the text's order.
 class FieldSpec {
 public:
-    // Parses the text against the fields of `base` (null: finds none). Names are compared byte for byte; one that is
-    // not found is skipped with a warning in the log. Null clears both text and list. Strong.
-    void set(const char* text, const ODBBase* base);
+    // Parses the text against the fields of `owner`, the view that holds this. Names are compared byte for byte; one
+    // that is not found is skipped with a warning in the log. Null clears both text and list. Strong.
+    void set(const char* text, const ODBBase& owner);
     const char* text() const noexcept { return has_text_ ? text_.c_str() : nullptr; }
     const SExpr& fields() const noexcept { return fields_; }
 
 private:
-    void take_all_fields(const ODBBase* base);
+    void take_all_fields(const ODBBase& owner);
 
     std::string text_;
     bool has_text_ = false;

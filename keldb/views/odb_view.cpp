@@ -31,19 +31,26 @@ void add_params(AssocList& params, const keldb& table) {
 ODBViewRep::ODBViewRep(keldb* table) : ODBViewRep(table, static_cast<const char*>(nullptr)) {}
 
 ODBViewRep::ODBViewRep(keldb* table, const char* fieldSpec) {
+    init();
     odb(table);
     this->fieldSpec(fieldSpec ? fieldSpec : kel::identity_field_spec(table).c_str());
-    internRevision();
 }
 
 ODBViewRep::ODBViewRep(keldb* table, const char** names) : ODBViewRep(table, joined(names, table).c_str()) {}
 
 ODBViewRep::~ODBViewRep() = default;
 
+void ODBViewRep::init() {
+    odb(nullptr);
+    params_.clear();
+    fieldSpec(nullptr);
+    internRevision();
+}
+
 // --- What it stands on ---
 
 void ODBViewRep::odb(keldb* table) {
-    if (table == odb()) return;
+    if (table == odb() && (table || !link_.attached())) return;
     AssocList params(false);
     WString name = file_name_;
     if (table) {
@@ -79,7 +86,7 @@ void ODBViewRep::addParamsFrom(const keldb* table) {
     if (table) add_params(params_, *table);
 }
 
-void ODBViewRep::fieldSpec(const char* text) { spec_.set(text, db()); }
+void ODBViewRep::fieldSpec(const char* text) { spec_.set(text, *this); }
 
 void ODBViewRep::identityFieldSpec(GrowString& out) const { out.append(kel::identity_field_spec(db()).c_str()); }
 
@@ -119,9 +126,9 @@ void ODBViewRep::unpin() noexcept {
 
 // --- Entries ---
 
-ODBRecRef* ODBViewRep::recRef(int position) { return index_.holds(position) ? &index_[position] : nullptr; }
-
-const ODBRecRef* ODBViewRep::recRef(int position) const { return index_.holds(position) ? &index_[position] : nullptr; }
+ODBRecRef* ODBViewRep::recRef(int position) const {
+    return index_.holds(position) ? const_cast<ODBRecRef*>(&index_[position]) : nullptr;
+}
 
 const ODBRecRef* ODBViewRep::entry(unsigned row) const noexcept {
     return row < entry_count() ? index_.begin() + row : nullptr;

@@ -24,7 +24,7 @@
 // view naming the right records; at the first of several announcements the other entries are gone as well. It may read
 // and edit anything, register and deregister any guard, release handles, and attach views elsewhere; only the announcer
 // itself must not be destroyed (the announcing view is kept alive until its announcements are over). When memory is
-// out, nothing has been deleted and no view has changed.
+// out, nothing has been deleted and no view has changed; of what goes run by run, the runs before are gone.
 //
 // Views, their tables and handles are used from one thread at a time; sorts of any of them run one at a time.
 #ifndef KELDB_VIEWS_ODB_VIEW_H
@@ -71,7 +71,8 @@ public:
 
     keldb* odb() const noexcept { return link_.table(); }
     // Attaches the view to another table, or to none: it becomes empty, takes the table's file name and parameters, and
-    // leaves its base view.
+    // leaves its base view. Its field list names the fields with the same numbers there. The table that it has:
+    // nothing.
     void odb(keldb* table);
     ODBViewRep* baseView() const noexcept { return link_.base_view(); }
     ODBBase* db() const noexcept { return link_.immediate(); }  // base view or table; null when detached
@@ -90,8 +91,7 @@ public:
     // --- Entries ---
 
     int size() const noexcept { return index_.size(); }
-    ODBRecRef* recRef(int position);  // null outside the view; lives until the view changes
-    const ODBRecRef* recRef(int position) const;
+    ODBRecRef* recRef(int position) const;     // null outside the view; lives until the view changes
     dbrecord* operator[](int position) const;  // the entry's record; null when there is none
     int find(const dbrecord* record) const;    // first entry with this very record; -1 when there is none
     bool member(const dbrecord* record) const { return find(record) >= 0; }
@@ -228,11 +228,14 @@ public:
     int get_valid() const override;
 
 protected:
+    // As newly made: detached, with no entries, no field spec and the parameter "KELDB" alone; who holds it still does.
+    void init();
     void baseView(ODBViewRep* view);  // a view over the same table, held by a handle; the view becomes empty
     void internRevision();            // the parameter "KELDB", when it has no value
     void buildIndex();                // one entry per row of the base
     void sortIndex() noexcept {}      // nothing
-    void sizeIndexFor(int entries) { index_.make_room_for(entries); }  // the growth rule of kel::RowIndex
+    // The growth rule of kel::RowIndex, for no less than the entries that there are.
+    void sizeIndexFor(int entries) { index_.make_room_for(entries > size() ? entries : size()); }
     int indexCapacity() const noexcept { return index_.capacity(); }
     void identityFieldSpec(GrowString& out) const;  // appends the names of all fields of the base, with commas between
     int dbFieldIndex(const char* name) const;       // the first field with exactly this name; -1
@@ -257,6 +260,7 @@ private:
     int remove_tagged_as(bool tagged);
     template <class Condition>
     int remove_runs(Condition condition);
+    class Pending;
     template <class Act>
     int in_runs(const std::vector<int>& positions, Act act);
     int base_rows() const;  // attached views only
@@ -287,7 +291,7 @@ public:
     friend int operator!=(const ODBView& a, const ODBView& b) noexcept { return a.view_ != b.view_; }
     explicit operator bool() const noexcept { return view_ != nullptr; }
     ODBViewRep* operator->() const noexcept { return view_; }
-    ODBViewRep& operator*() const noexcept { return *view_; }
+    ODBViewRep* operator*() const noexcept { return view_; }
     ODBViewRep* get() const noexcept { return view_; }
     dbrecord* operator[](int position) const { return view_ ? (*view_)[position] : nullptr; }
 

@@ -16,7 +16,7 @@ public:
     ODBViewCursor& operator++();
     ODBViewCursor& operator--();
 
-    dbrecord* operator*() const { return (*view_)[position_]; }  // null at -1, and for an entry without a record
+    dbrecord* operator*() const { return view_[position_]; }  // null at -1, and for an entry without a record
     int index() const noexcept { return position_; }
     ODBViewCursor& set_index(int position);  // any entry, tagged or not; -1 for one outside the view
 

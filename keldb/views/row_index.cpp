@@ -6,11 +6,11 @@
 
 namespace kel {
 
-int RowIndex::room_for(int entries) const noexcept {
+int RowIndex::room_for(int entries, int room) noexcept {
     if (entries == 0) return 0;
-    const long long want = std::max(entries, kLeast), room = capacity_;
-    if (room >= want) return static_cast<int>(2 * want >= room ? room : room / 2);
-    return static_cast<int>(std::min<long long>(std::max(2 * room, want), std::numeric_limits<int>::max()));
+    const long long want = std::max(entries, kLeast), now = room;
+    if (now >= want) return static_cast<int>(2 * want >= now ? now : now / 2);
+    return static_cast<int>(std::min<long long>(std::max(2 * now, want), std::numeric_limits<int>::max()));
 }
 
 void RowIndex::move_to(int capacity) {
@@ -21,21 +21,30 @@ void RowIndex::move_to(int capacity) {
 }
 
 void RowIndex::make_room_for(int entries) {
-    const int room = room_for(entries);
+    const int room = room_for(entries, capacity_);
     if (room != capacity_) move_to(room);
 }
 
-void RowIndex::shrink() noexcept {
+void RowIndex::shrink_to(int capacity) noexcept {
     try {
-        make_room_for(size_);
+        if (capacity != capacity_) move_to(capacity);
     } catch (const std::bad_alloc&) {
         // the larger array serves as well
     }
 }
 
-void RowIndex::open_gap(int at, int count) {
-    if (count > std::numeric_limits<int>::max() - size_) throw std::bad_alloc();
-    make_room_for(size_ + count);
+void RowIndex::shrink() noexcept {
+    int room = capacity_;
+    for (int halved = room_for(size_, room); halved < room; halved = room_for(size_, room)) room = halved;
+    shrink_to(room);
+}
+
+void RowIndex::make_room_for_more(std::size_t count) {
+    if (count > static_cast<std::size_t>(std::numeric_limits<int>::max() - size_)) throw std::bad_alloc();
+    make_room_for(size_ + static_cast<int>(count));
+}
+
+void RowIndex::open_gap(int at, int count) noexcept {
     std::copy_backward(begin() + at, end(), end() + count);
     size_ += count;
 }
@@ -43,18 +52,24 @@ void RowIndex::open_gap(int at, int count) {
 void RowIndex::append(unsigned row) { insert_run(size_, row, 1); }
 
 void RowIndex::insert_run(int at, unsigned first_row, int count) {
+    make_room_for_more(static_cast<std::size_t>(count));
+    insert_run_in_room(at, first_row, count);
+}
+
+void RowIndex::insert_run_in_room(int at, unsigned first_row, int count) noexcept {
     open_gap(at, count);
     for (int i = 0; i < count; ++i) begin()[at + i] = {first_row + static_cast<unsigned>(i), false};
 }
 
 void RowIndex::insert_rows(int at, std::span<const unsigned> rows) {
-    if (rows.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_alloc();
+    make_room_for_more(rows.size());
     open_gap(at, static_cast<int>(rows.size()));
     std::transform(rows.begin(), rows.end(), begin() + at, [](unsigned row) { return ODBRecRef{row, false}; });
 }
 
 void RowIndex::assign(std::vector<ODBRecRef> entries) {
     RowIndex fresh;
+    fresh.make_room_for_more(entries.size());
     fresh.open_gap(0, static_cast<int>(entries.size()));
     std::copy(entries.begin(), entries.end(), fresh.begin());
     swap(fresh);
@@ -69,7 +84,7 @@ void RowIndex::swap(RowIndex& other) noexcept {
 void RowIndex::erase(int first, int count) noexcept {
     std::copy(begin() + first + count, end(), begin() + first);
     size_ -= count;
-    shrink();
+    shrink_to(room_for(size_, capacity_));
 }
 
 void RowIndex::erase(const RowSet& positions) noexcept {

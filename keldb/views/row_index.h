@@ -2,7 +2,7 @@
 //
 // The room for entries follows one rule (make_room_for): none for no entries, else at least 20; it grows by doubling,
 // or at once to what is needed when that is more, and is halved, once per call, when less than half of it would be
-// used.
+// used; what goes in a deletion below goes entry by entry, as it were.
 //
 // Invariants: order and tags of the entries that stay survive every insertion, removal and renumbering;
 // size() <= capacity(), and the capacity is 0 or at least 20.
@@ -51,6 +51,7 @@ public:
     // Drops the entries that name a row of the set, renumbers the others, and notes what was dropped.
     void drop(const RowSet& gone, LostEntries& lost) noexcept;
     void move_rows_up(int from, unsigned count) noexcept;  // entries from there on name rows `count` higher
+    void insert_run_in_room(int at, unsigned first_row, int count) noexcept;  // as insert_run; there is room for them
 
     // Reorders: entry k becomes the one that was at order[k].
     void reorder(std::span<const std::uint32_t> order);
@@ -58,10 +59,12 @@ public:
     bool ok() const noexcept;
 
 private:
-    int room_for(int entries) const noexcept;  // the rule
+    static int room_for(int entries, int room) noexcept;  // the rule, for `room` now
     void move_to(int capacity);
-    void open_gap(int at, int count);
+    void open_gap(int at, int count) noexcept;  // there is room for it
+    void make_room_for_more(std::size_t count);
     void shrink() noexcept;
+    void shrink_to(int capacity) noexcept;
 
     std::unique_ptr<ODBRecRef[]> entries_;
     int size_ = 0;

@@ -3,8 +3,9 @@
 // The operations work on the entries that were chosen when they were called. While nobody but views listens, they all
 // go in one deletion. Else they go run by run, with the announcements of each: a run is a longest sequence of
 // neighbouring chosen entries whose base rows go up by one. Meanwhile a pending view, which listens last, keeps track
-// of those still to go, whatever the listeners do.
+// of those still to go: its entries follow deletions, and where listeners moved rows by other means, the records tell.
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -63,39 +64,91 @@ int ODBViewRep::recordsDeletedNotify(const NotifyMsg& message) {
 
 // --- Chosen entries, run by run ---
 
+// The chosen entries that are still to go, each with the record that it named when it was chosen. Runs do not reach
+// over entries that were not chosen: a tagged entry stands for each such gap, with a row that no base has, however many
+// go below it.
+class ODBViewRep::Pending : public ODBViewRep {
+public:
+    Pending(const ODBViewRep& of, const std::vector<int>& positions) : ODBViewRep(of.odb(), "") {
+        baseView(of.baseView());
+        std::vector<ODBRecRef> chosen;
+        chosen.reserve(positions.size());
+        records_.reserve(positions.size());
+        for (std::size_t k = 0; k < positions.size(); ++k) {
+            if (k > 0 && positions[k] != positions[k - 1] + 1) {
+                chosen.push_back({std::numeric_limits<unsigned>::max(), true});
+                records_.push_back(nullptr);
+            }
+            chosen.push_back({of.index_[positions[k]].row, false});
+            records_.push_back(of[positions[k]]);
+        }
+        index_.assign(std::move(chosen));
+    }
+
+    // The length of the next run, which begins at row(); 0 at the end. What is in front of it and cannot go, because
+    // its record is not in the base any more, is passed over.
+    int next_run() {
+        if (records_.size() != entry_count()) pass_over(size());  // a message from elsewhere took entries out of it
+        while (size() > 0 && (index_[0].tag || !find_row())) {
+            passed_over_ += index_[0].tag ? 0 : 1;
+            forget(1);
+        }
+        int length = size() > 0 ? 1 : 0;
+        while (length > 0 && length < size() && !index_[length].tag &&
+               index_[length].row == row() + static_cast<unsigned>(length) && names_its_record(length))
+            ++length;
+        return length;
+    }
+    unsigned row() const { return index_[0].row; }
+    void pass_over(int count) {
+        passed_over_ += count;
+        forget(count);
+    }
+    int passed_over() const { return passed_over_; }
+
+private:
+    void drop(const kel::RowSet& gone, kel::LostEntries& lost) noexcept override {
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < records_.size(); ++i) {
+            if (!gone.contains(index_[static_cast<int>(i)].row)) records_[kept++] = records_[i];
+        }
+        records_.resize(kept);
+        ODBViewRep::drop(gone, lost);
+    }
+    bool names_its_record(int position) const {
+        return (*this)[position] == records_[static_cast<std::size_t>(position)];
+    }
+    bool find_row() {
+        if (names_its_record(0)) return true;
+        if (!records_[0]) return false;
+        const unsigned rows = db() ? db()->get_num_records() : 0;
+        for (unsigned row = 0; row < rows; ++row) {
+            if (db()->get_record(row) != records_[0]) continue;
+            index_[0].row = row;
+            return true;
+        }
+        return false;
+    }
+    void forget(int count) {
+        index_.erase(0, count);
+        records_.erase(records_.begin(), records_.begin() + std::min<std::ptrdiff_t>(count, std::ssize(records_)));
+    }
+
+    std::vector<const dbrecord*> records_;
+    int passed_over_ = 0;
+};
+
 // Calls act(base row, length) for each run of the chosen entries until none is left; entries that act does not make go
-// are passed over. Returns how many went. Runs do not reach over entries that were not chosen: a tagged one stands for
-// each such gap, with a row that no base has, however many go below it.
+// are passed over. Returns how many went.
 template <class Act>
 int ODBViewRep::in_runs(const std::vector<int>& positions, Act act) {
-    constexpr ODBRecRef kGap{std::numeric_limits<unsigned>::max(), true};
-    ODBViewRep pending(odb(), "");
-    pending.baseView(baseView());
-    std::vector<ODBRecRef> chosen;
-    chosen.reserve(positions.size());
-    for (std::size_t k = 0; k < positions.size(); ++k) {
-        if (k > 0 && positions[k] != positions[k - 1] + 1) chosen.push_back(kGap);
-        chosen.push_back({index_[positions[k]].row, false});
-    }
-    pending.index_.assign(std::move(chosen));
-    int passed_over = 0;
-    while (pending.size() > 0) {
+    Pending pending(*this, positions);
+    while (const int length = pending.next_run()) {
         const int left = pending.size();
-        const ODBRecRef first = pending.index_[0];
-        if (first.tag) {
-            pending.index_.erase(0, 1);
-            continue;
-        }
-        int length = 1;
-        while (length < left && !pending.index_[length].tag &&
-               pending.index_[length].row == first.row + static_cast<unsigned>(length))
-            ++length;
-        act(first.row, length);
-        if (pending.size() < left) continue;
-        pending.index_.erase(0, length);
-        passed_over += length;
+        act(pending.row(), length);
+        if (pending.size() == left) pending.pass_over(length);
     }
-    return static_cast<int>(positions.size()) - passed_over;
+    return static_cast<int>(positions.size()) - pending.passed_over();
 }
 
 // --- Out of the view chain ---
@@ -206,7 +259,7 @@ void ODBViewRep::insertBlankRecords(int at, int count) {
     if (!db() || count <= 0) return;
     const int position = index_.clamped(at);
     if (count > std::numeric_limits<int>::max() - size()) throw std::bad_alloc();
-    index_.make_room_for(size() + count);  // all that can fail here comes before the base changes
+    index_.make_room_for(size() + count);  // what can fail here comes before the base changes
     const unsigned rows = db()->get_num_records();
     const bool at_end = position == size();
     const unsigned row = at_end ? rows : std::min(index_[position].row, rows);
@@ -216,5 +269,5 @@ void ODBViewRep::insertBlankRecords(int at, int count) {
         db()->insert_records(row, static_cast<unsigned>(count));
     if (db()->get_num_records() == rows) return;  // refused
     index_.move_rows_up(position, static_cast<unsigned>(count));
-    index_.insert_run(position, row, count);
+    index_.insert_run_in_room(position, row, count);
 }

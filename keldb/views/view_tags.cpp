@@ -29,12 +29,12 @@ int ODBViewRep::countTags() const {
 int ODBViewRep::tagMatches(int keep) {
     if (!db()) return 0;
     int matches = 0;
-    for (ODBRecRef& entry : index_) {
-        if (db()->match_record(static_cast<int>(entry.row)) == 1) {
-            entry.tag = true;
+    for (int position = 0; position < size(); ++position) {
+        if (db()->match_record(static_cast<int>(index_[position].row)) == 1) {
+            set_tag(static_cast<unsigned>(position), 1);
             ++matches;
         } else if (keep == 0) {
-            entry.tag = false;
+            index_[position].tag = false;
         }
     }
     return matches;

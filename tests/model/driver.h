@@ -125,11 +125,11 @@ public:
 
     // Does one thing to both twins; the results must be the same.
     void both(auto& twin, const auto& act) {
-        if constexpr (std::is_void_v<decltype(act(*twin.lib))>) {
-            act(*twin.lib);
+        if constexpr (std::is_void_v<decltype(act(*twin.lib.get()))>) {
+            act(*twin.lib.get());
             act(*twin.naive);
         } else {
-            const auto result = act(*twin.lib);
+            const auto result = act(*twin.lib.get());
             same("the result", result, act(*twin.naive));
         }
     }

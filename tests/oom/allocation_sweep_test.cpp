@@ -61,7 +61,7 @@ struct House {
         query.set_field(0, "name", true);
         table.set_query(&query);
         other.set_filename(path("saved"));
-        show(*root, "0 1* 2* 3 4* 5");
+        show(**root, "0 1* 2* 3 4* 5");
         stacked = subview_showing(root, "0* 1* 2* 3* 4* 5*");
         over = subview_showing(stacked, "0 1* 2 3 4 5");
         root->fileName(path("view"));
@@ -81,7 +81,7 @@ struct House {
         State now;
         for (const std::string& name : names_in(dir.path())) now.files += name + ": " + file_bytes(dir.path(name));
         now.all = whole_text_of(table) + whole_text_of(other) + (made ? whole_text_of(*made) : "");
-        for (const ODBView& each : {root, stacked, over, view}) now.all += each ? whole_text_of(*each) : "null\n";
+        for (const ODBView& each : {root, stacked, over, view}) now.all += each ? whole_text_of(**each) : "null\n";
         now.all += heard + '\n' + map.asString().c_str() + '\n' + result + '\n' + now.files;
         now.all += std::to_string(open_descriptors());
         for (keldb* each : {&table, &other}) {
@@ -178,6 +178,8 @@ const Operation kOperations[] = {
     {"deleteRecords", [](H h) { h.root->deleteRecords(0, 3); }, run_wise},
     {"deleteTagged above", [](H h) { h.stacked->deleteTagged(); }, run_wise},
     {"insertBlankRecords", [](H h) { h.over->insertBlankRecords(1, 30); }},
+    {"insertBlankRecords in much room", [](H h) { h.root->insertBlankRecords(1, 2); }, whole,
+     [](H h) { h.root->displayRecordsAt(0, 500, 0), h.root->remove(0, 500); }},
     {"sort of a view", [](H h) { h.root->sort(1, 0); }},
     {"tagDuplicates", [](H h) { h.root->tagDuplicates(0); }},
     {"a subview", [](H h) { h.view = ODBView(h.root->newTagSubview()); }},

@@ -9,7 +9,7 @@
 //
 // Views as one line of text: the base row of each entry, a * behind it when the entry is tagged.
 //
-//     ODBView view = view_showing(table, "5 2* 9");       EXPECT_EQ(rows(*view), "5 2* 9");
+//     ODBView view = view_showing(table, "5 2* 9");       EXPECT_EQ(rows(**view), "5 2* 9");
 //
 // What an announcer says, as one line of text; whatever nobody took by the end is a failure.
 //
@@ -120,12 +120,12 @@ inline void show(ODBViewRep& view, std::string_view rows) {
 }
 inline ODBView view_showing(keldb& table, std::string_view rows) {
     ODBView view(&table);
-    show(*view, rows);
+    show(**view, rows);
     return view;
 }
 inline ODBView subview_showing(const ODBView& base, std::string_view positions) {
     ODBView view(base, true);
-    show(*view, positions);
+    show(**view, positions);
     return view;
 }
 

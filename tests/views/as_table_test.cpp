@@ -50,13 +50,13 @@ TEST(ViewAsTable, DoesWhatEachOperationSays) {
         keldb table = table_of("Name:a Num:l Cookie:a | a,10,M0 | *b,11,M1 | c,,M2 | d,13,M3 | e,t14,M4 | f,15,M5");
         const ODBView below = view_showing(table, "0 1 2 3 4 5");
         const ODBView view = stacked ? subview_showing(below, "4 1* 5") : view_showing(table, "4 1* 5");
-        EXPECT_EQ(answers(*view),
+        EXPECT_EQ(answers(**view),
                   "*b,11,M1 null null ,,  \n3 Num  1 -1 3 108 97 \n1 11 15 77 \n1 1 \n0 -1 x y null null \n"
                   "-1 1 1 1 \n2 -1 -1 1 1 1 1 \n3 4\n1 \n0 1 \n")
             << stacked;
         EXPECT_TRUE(view->ok() && below->ok() && table.ok());
     }
-    EXPECT_EQ(answers(*ODBView(static_cast<keldb*>(nullptr))),
+    EXPECT_EQ(answers(**ODBView(static_cast<keldb*>(nullptr))),
               "null null null null  \n0 null null 0 0 0 0 0 \n0 77 77 77 \n1 1 \n0 -1 x y null null \n"
               "99 0 0 0 \n-1 -1 -1 -1 0 1 1 \n\n0 \n0 0 \n");
 }
@@ -86,7 +86,7 @@ TEST(ViewEntries, OfASetOfIdentifiersAndOfNothing) {
     for (const ODBView& from : {ODBView(), elsewhere, subview_showing(whole, "1")})
         EXPECT_EQ(view->displayAllFromAt(from, 0), 0);
     EXPECT_FALSE(view->displayMatchAt("Name", nullptr, 0) || view->displayMatchAt(nullptr, "a", 0));
-    EXPECT_EQ(rows(*view), "0 3");
+    EXPECT_EQ(rows(**view), "0 3");
 }
 
 }  // namespace

@@ -35,9 +35,9 @@ TEST(ViewCursor, WalksSearchesAndAnnouncesWhatItRemoves) {
         SCOPED_TRACE(std::string(shows) + " / " + steps);
         keldb table = lettered_table(5);
         ODBView handle = view_showing(table, shows);
-        const ODBViewRep& view = *handle;
+        const ODBViewRep& view = **handle;
         ODBViewCursor cursor(handle, tags_only);
-        Announcements sent(*handle);
+        Announcements sent(**handle);
         handle = ODBView();  // the cursor holds its view
         std::string positions = std::to_string(cursor.index());
         for (const std::string& what : pieces(steps, ' ')) {
@@ -74,10 +74,10 @@ TEST(ViewExport, WritesParametersHeaderAndItsRecords) {
         const ODBView view = view_showing(table, shows), detached(static_cast<keldb*>(nullptr));
         TextFile header;
         table.save_column_header(header, false);
-        EXPECT_EQ(save(*view, path), result);
+        EXPECT_EQ(save(**view, path), result);
         EXPECT_EQ(file_bytes(path), "\"KELDB:Rev 1\"\n\"Name:clip\"\n" + std::string(header.bytes()) + records);
         EXPECT_EQ(text_of(static_cast<ODBBase&>(table)), fields);
-        EXPECT_EQ(save(*view, "") + save(*view, folder.path("no/file")) + save(*detached, folder.path("other")), 0);
+        EXPECT_EQ(save(**view, "") + save(**view, folder.path("no/file")) + save(**detached, folder.path("other")), 0);
         EXPECT_EQ(names_in(folder.path()).size(), 1U);
     }
 }
@@ -92,7 +92,7 @@ TEST(ViewConversion, MakesATableOfTheEntriesOrForThem) {
     view->add_param("Name", "own");
     for (const ODBView& from : {view, above}) {
         const ODBView own = from.copyWithNewBaseView();
-        EXPECT_EQ(rows(*own), from == view ? "2 0* 2" : "2 0*");
+        EXPECT_EQ(rows(**own), from == view ? "2 0* 2" : "2 0*");
         EXPECT_STREQ(own->get_param_val("Name"), from == view ? "own" : "clip");
         EXPECT_TRUE(!own->isSubview() && own->odb() != &table);
         const std::unique_ptr<keldb> its_table(own->odb());

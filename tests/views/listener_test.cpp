@@ -19,7 +19,7 @@ struct Script {
 // Two views of a table of ten rows, one on the first of them, and a listener that runs a script at its first call.
 struct World {
     World(const Script& script, int announcer, bool early) {
-        Notifier* const announcers[] = {&table, &*view, &*above};
+        Notifier* const announcers[] = {&table, *view, *above};
         const auto hear = [this, &script](auto&) { heard(script); };
         if (early) guard = listen(*announcers[announcer], kDeleted, hear);
         later = view_showing(table, "5* 3 1 8");
@@ -113,11 +113,49 @@ TEST(ListenersOfADeletion, MayDoSoWhileRunsGoOneByOne) {
     });
 }
 
+// Run by run, while rows and entries move: the records that were chosen go, and no other.
+TEST(ListenersOfADeletion, DoNotChangeWhatWasChosen) {
+    struct Setting {
+        keldb table = lettered_table(6);
+        ODBView view = view_showing(table, "0 1* 2 3* 4 5"), above = subview_showing(view, "0 1* 2 3* 4 5");
+    };
+    void (*const kEdits[])(Setting&) = {
+        [](Setting& s) { s.view->sort(-1, 0); },
+        [](Setting& s) { s.view->displayRecordsAt(0, 1, 0); },
+        [](Setting& s) { s.view->insertBlankRecords(0, 1); },
+        [](Setting& s) { s.table.insert_records(0, 1); },
+        [](Setting& s) { s.table.sort(-1, 0); },
+    };
+    int (*const kOperations[])(Setting&) = {
+        [](Setting& s) { return s.view->deleteTagged(); },
+        [](Setting& s) { return s.above->deleteTagged(); },
+        [](Setting& s) { return s.above->removeTagged(); },
+    };
+    for (int operation = 0; operation < 3; ++operation) {
+        const bool removes = operation == 2;
+        for (int edit = 0; edit < (removes ? 3 : 5); ++edit) {
+            SCOPED_TRACE(std::to_string(operation) + " with " + std::to_string(edit));
+            Setting s;
+            ODBBase& base = removes ? static_cast<ODBBase&>(**s.view) : s.table;
+            bool first = true;
+            const auto hear = [&](auto&) {
+                if (std::exchange(first, false)) kEdits[edit](s);
+            };
+            const auto guard = listen(removes ? static_cast<Notifier&>(**s.view) : s.table, kDeleted, hear);
+            EXPECT_EQ(kOperations[operation](s), 2);
+            std::set<std::string> left;
+            for (unsigned row = 0; row < base.get_num_records(); ++row) left.insert(base.getField(row, 0).c_str());
+            left.erase("");
+            EXPECT_EQ(left, (std::set<std::string>{"a", "c", "e", "f"}));
+        }
+    }
+}
+
 TEST(ListenersOfADeletion, TheAnnouncingViewLivesUntilItHasAnnounced) {
     keldb table = lettered_table(4);
     ODBView view = view_showing(table, "0 1 2 3");
     int calls = 0;
-    const auto guard = listen(*view, kDeleted, [&](auto&) { ++calls, view = ODBView(); });
+    const auto guard = listen(**view, kDeleted, [&](auto&) { ++calls, view = ODBView(); });
     table.delete_records(0, 3);
     EXPECT_EQ(calls, 3);
     EXPECT_FALSE(guard->registered());
@@ -130,9 +168,9 @@ TEST(ViewPropagation, TakesAMessageFromElsewhere) {  // number by number, for th
     for (const auto& [text, left, said] : kMessages) {
         keldb table = lettered_table(10);
         const ODBView view = view_showing(table, "0 2 4 6");
-        Announcements sent(*view);
+        Announcements sent(**view);
         EXPECT_EQ(view->recordsDeletedNotify(NotifyMsg(String(text), nullptr)), 0);
-        EXPECT_EQ(rows(*view) + " / " + sent.take(), std::string(left) + " / " + said);
+        EXPECT_EQ(rows(**view) + " / " + sent.take(), std::string(left) + " / " + said);
     }
 }
 

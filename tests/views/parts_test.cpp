@@ -21,6 +21,11 @@ TEST(ViewIndex, GrowsAndShrinksByTheRule) {
             EXPECT_EQ(index.capacity(), room) << needed << " of " << calls[0].first;
         }
     }
+    kel::RowIndex index;
+    index.insert_run(0, 0, 201);
+    kel::LostEntries lost;
+    index.drop(kel::RowSet::run(0, 190), lost);
+    EXPECT_EQ(index.capacity(), 25);  // as if they had gone one by one
 }
 
 TEST(ViewIndex, MoreEntriesThanAnIntCountsAreAnAllocationFailure) {
@@ -28,7 +33,7 @@ TEST(ViewIndex, MoreEntriesThanAnIntCountsAreAnAllocationFailure) {
     const ODBView view = view_showing(table, "0 1");
     EXPECT_THROW(view->displayRecordsAt(0, 2147483647, 0), std::bad_alloc);
     EXPECT_THROW(view->insertBlankRecords(0, 2147483647), std::bad_alloc);
-    EXPECT_TRUE(rows(*view) == "0 1" && table.get_num_records() == 2U);
+    EXPECT_TRUE(rows(**view) == "0 1" && table.get_num_records() == 2U);
 }
 
 std::string described(const ODBView& view) {
@@ -60,6 +65,13 @@ TEST(ViewFieldSpec, NamesFieldsExactlyAndOnlyDescribes) {
     EXPECT_EQ(described(ODBView(&table, names)), "fieldSpec: Start time,\nfields: (Start time)\n");
     const ODBView view(&table, static_cast<const char**>(nullptr));
     EXPECT_EQ(described(view), kSpecs[0][1]);
+    auto left = std::make_unique<keldb>(std::vector<DBFieldDesc>{{"a", DBFieldTypes::text}});
+    const ODBView moved(left.get());
+    moved->odb(&table);
+    left.reset();
+    EXPECT_EQ(described(moved), "fieldSpec: a\nfields: (name)\n");
+    moved->odb(nullptr);
+    EXPECT_EQ(described(moved), "fieldSpec: a\nfields: (voidref)\n");
     view->fieldSpec(nullptr);
     EXPECT_TRUE(!view.copy()->fieldSpec() && described(view) == "fieldSpec: \n");
 }
@@ -99,6 +111,9 @@ TEST(ViewHandles, MayHoldNoViewOrADetachedOne) {
         EXPECT_TRUE((!nothing || !nothing->newTagSubview()) && !Convert_ODBView_to_keldb(nothing));
     }
     EXPECT_EQ(std::make_unique<ODBViewRep>(&table)->decRef(), 0U);
+    const ODBView above(view, true);
+    view->odb(nullptr), above->odb(nullptr);
+    EXPECT_TRUE(!above->isSubview() && view->refs() == 1U);
 }
 
 TEST(ViewHandles, LetADerivedViewBuildItsEntries) {
@@ -109,6 +124,8 @@ TEST(ViewHandles, LetADerivedViewBuildItsEntries) {
             numbers = dbFieldIndex("b") * 100 + dbFieldIndex("B") * 10 + dbFieldIndex(nullptr);
         }
         bool chosen(int position) { return (*this)[position]->field_text(0) == "y"; }
+        void set_tag(unsigned row, int value) override { numbers -= 70, ODBViewRep::set_tag(row, value); }
+        void start_over() { init(); }
         GrowString names;
         int numbers;
     };
@@ -118,6 +135,10 @@ TEST(ViewHandles, LetADerivedViewBuildItsEntries) {
     EXPECT_EQ(view.numbers, 89);  // 1, -1, -1
     EXPECT_EQ(view.removeSome(static_cast<bool (ODBViewRep::*)(int)>(&Derived::chosen)), 1);
     EXPECT_EQ(rows(view), "0");
+    table.set_query(&table[0]);
+    EXPECT_EQ(view.tagMatches(0) + view.numbers, 20);  // 89 - 70, through its own set_tag
+    view.start_over();
+    EXPECT_TRUE(view.size() == 0 && !view.odb() && !view.fieldSpec() && view.params().entries().size() == 1U);
 }
 
 TEST(ViewHandles, ADetachedViewShowsTagsAndChangesNothing) {
@@ -153,7 +174,7 @@ TEST(SmallStack, HoldsAHundredStackedViews) {  // an overflow ends the test prog
         ODBView top = bottom;
         for (int i = 0; i < 100; ++i) top = subview_showing(top, "2 1 0");
         table.delete_records(1, 1);
-        EXPECT_EQ(rows(*top), "1 0");
+        EXPECT_EQ(rows(**top), "1 0");
         bottom->deleteTagged();
         EXPECT_EQ(top->size(), 0);
         return nothing;
