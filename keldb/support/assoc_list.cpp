@@ -11,28 +11,29 @@ AssocListRec& AssocListRec::operator=(const String& text) {
     return *this;
 }
 
-const char* AssocListRec::value() const noexcept { return list_->find(key_); }
-
-AssocListRec AssocList::operator[](const String& key) {
-    const Entry* present = entry(key);
-    return {*this, present ? present->name : key};
+const char* AssocListRec::key() const noexcept {
+    const std::size_t at = list_->position(key_);
+    return at == list_->size() ? key_.c_str() : list_->entries_[at].key();
 }
 
-const char* AssocList::find(const String& key) const noexcept {
-    const Entry* present = entry(key);
-    return present ? present->value() : nullptr;
+const char* AssocListRec::value() const noexcept { return list_->find(key_); }
+
+const char* AssocList::find(std::string_view key) const noexcept {
+    const std::size_t at = position(key);
+    return at == size() ? nullptr : entries_[at].value();
 }
 
 void AssocList::set(const String& key, const String& text) {
-    if (const Entry* present = entry(key)) {
-        entries_[static_cast<std::size_t>(present - entries_.data())].text = text;
-    } else {
+    const std::size_t at = position(key);
+    if (at == size()) {
         entries_.push_back({key, text});
+    } else {
+        entries_[at].text = text;
     }
 }
 
-const AssocList::Entry* AssocList::entry(const String& key) const noexcept {
+std::size_t AssocList::position(std::string_view key) const noexcept {
     const auto found = std::find_if(entries_.begin(), entries_.end(),
                                     [&](const Entry& e) { return kel::equal_ignoring_case(e.name, key); });
-    return found == entries_.end() ? nullptr : &*found;
+    return static_cast<std::size_t>(found - entries_.begin());
 }

@@ -1,14 +1,14 @@
 // AssocList: a small list of keys and texts, in the order the keys came. Keys match without regard to case.
 //
 // Looking a key up creates nothing: list[key] gives a record that reads as null while the key is absent and adds the
-// key when a text is assigned to it. Records and their texts live until that entry changes or the list is cleared,
-// assigned or destroyed; a record from a look-up must not outlive its list.
+// key when a text is assigned to it. Entries and their texts live until that entry changes or the list is cleared,
+// assigned or destroyed, whatever else is added; a record from a look-up must not outlive its list.
 #ifndef KELDB_SUPPORT_ASSOC_LIST_H
 #define KELDB_SUPPORT_ASSOC_LIST_H
 
 #include <cstddef>
-#include <optional>
-#include <vector>
+#include <deque>
+#include <string_view>
 
 #include "keldb/support/export.h"
 #include "keldb/support/string.h"
@@ -23,8 +23,8 @@ public:
     AssocListRec& operator=(const char* text);  // adds or replaces; null stores ""
     AssocListRec& operator=(const String& text);
     operator const char*() const noexcept { return value(); }
-    const char* key() const noexcept { return key_.c_str(); }  // as the entry spells it; as asked for while absent
-    const char* value() const noexcept;                        // null while absent
+    const char* key() const noexcept;    // as the entry spells it; while absent, as asked for: it lives with the record
+    const char* value() const noexcept;  // null while absent
 
 private:
     friend class AssocList;
@@ -39,8 +39,8 @@ class KELDB_API AssocList {
 public:
     explicit AssocList(bool /*reserved*/ = false) {}
 
-    AssocListRec operator[](const String& key);
-    const char* find(const String& key) const noexcept;  // the text, or null
+    AssocListRec operator[](const String& key) { return {*this, key}; }
+    const char* find(std::string_view key) const noexcept;  // the text, or null
     void set(const String& key, const String& text);
     std::size_t size() const noexcept { return entries_.size(); }
     bool empty() const noexcept { return entries_.empty(); }
@@ -51,14 +51,15 @@ public:
         String text;
         const char* key() const noexcept { return name.c_str(); }
         const char* value() const noexcept { return text.c_str(); }
+        operator const char*() const noexcept { return value(); }
     };
-    const std::vector<Entry>& entries() const noexcept { return entries_; }
+    const std::deque<Entry>& entries() const noexcept { return entries_; }
 
 private:
     friend class AssocListRec;
-    const Entry* entry(const String& key) const noexcept;
+    std::size_t position(std::string_view key) const noexcept;  // size() while absent
 
-    std::vector<Entry> entries_;
+    std::deque<Entry> entries_;  // which stay where they are when others are added
 };
 
 // Walks a list by position.

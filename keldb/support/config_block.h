@@ -21,7 +21,8 @@ private:
 class KELDB_API configb {
 public:
     void set(const char* key, const strp_field& value) { values_.set(key, value.text()); }
-    const char* get(const char* key) const noexcept { return values_.find(key); }  // null while absent
+    // Null while absent. A null key reads as "", as it does in set.
+    const char* get(const char* key) const noexcept { return values_.find(key ? key : ""); }
     std::size_t size() const noexcept { return values_.size(); }
 
 private:

@@ -24,6 +24,11 @@ void write_to_standard_error(const char* message) {
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, message, std::strlen(message));
 }
 
+struct KeptErrno {
+    const int code = errno;
+    ~KeptErrno() { errno = code; }
+};
+
 // The sink runs outside the lock: it may log, and may set another sink.
 void send(const char* message) {
     Destination to;
@@ -39,7 +44,7 @@ void send(const char* message) {
 }
 
 void print(const char* format, std::va_list arguments) {
-    const int error = errno;
+    const KeptErrno kept;
     constexpr std::size_t kLine = 1023;
     char line[kLine + 1];
     const int wanted = std::vsnprintf(line, kLine, format, arguments);  // leaves a byte for the line feed
@@ -51,7 +56,6 @@ void print(const char* format, std::va_list arguments) {
         std::strcpy(line + length, "\n");
     }
     send(line);
-    errno = error;
 }
 
 }  // namespace
@@ -78,6 +82,7 @@ void LogBoth(const char* format, ...) noexcept {
 void DebugPrint([[maybe_unused]] const char* text) noexcept {
 #ifndef NDEBUG
     if (text) {
+        const KeptErrno kept;
         send(text);
     }
 #endif

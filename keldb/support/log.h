@@ -1,7 +1,7 @@
 // The log: printf-style messages, each ended by a line feed, to a sink that the host can set; by default to standard
-// error. A sink receives each message as one call, ended by exactly one line feed whether or not the format has it; a
-// message longer than 1023 bytes, its line feed included, is cut there. Logging never fails, never raises and keeps
-// errno.
+// error. A sink receives each message as one call, with a line feed added when it does not end in one; a message longer
+// than 1023 bytes, its line feed included, is cut there. Logging never fails, never raises and keeps errno. A sink must
+// not throw: that ends the process.
 #ifndef KELDB_SUPPORT_LOG_H
 #define KELDB_SUPPORT_LOG_H
 

@@ -20,20 +20,24 @@ TEST(Cookie, Kinds) {
     EXPECT_EQ(convertCookie(Cookie("12", false), 'M', 255).text(), "M12");
 }
 
-TEST(AssocList, LookingUpCreatesNothing) {
+TEST(AssocList, LookingUpCreatesNothingAndAddingMovesNothing) {
     AssocList list;
     EXPECT_TRUE(!list["Name"].value() && list.empty());
     list["Name"] = "one";
     list["NAME"] = list["name"].value();
     list["Copy"] = list["Name"];
     list["Nothing"] = list["absent"];  // null
-    EXPECT_STREQ(list["nAmE"].key(), "Name");
     const AssocList copy(list);
+    const char *const name = list["nAmE"].key(), *const value = list["Name"];
+    for (int i = 0; i < 100; ++i) list[StringFromInteger(i)] = "more";
+    EXPECT_EQ(std::string(name) + value, "Nameone");  // of the entries, not of the records that looked them up
+    EXPECT_TRUE(name == list["Name"].key() && value == list.find("name"));
     list.clear();
     std::string walked;
     AssocListIter at(copy);
     for (; *at; ++at) walked += std::string((*at)->key()) + "=" + (*at)->value() + ";";
     EXPECT_EQ(walked, "Name=one;Copy=one;Nothing=;");
+    EXPECT_STREQ(**AssocListIter(copy), "one");
 }
 
 TEST(Conversions, OfNumbersTruthAndCase) {
@@ -98,9 +102,10 @@ TEST(Log, GoesToTheSinkLineByLine) {
     LogBoth("ended\n");
     LogPrint("%s", std::string(5'000, 'x').c_str());
     DebugPrint(nullptr);
+    EXPECT_EQ(log, "row 3\n|ended\n|" + std::string(1'022, 'x') + "\n|");
+    DebugPrint("in debug builds");
     EXPECT_EQ(errno, ENOENT);
     setLogSink(nullptr, nullptr);
-    EXPECT_EQ(log, "row 3\n|ended\n|" + std::string(1'022, 'x') + "\n|");
 }
 
 TEST(Watchdog, HearsTheFirstBeginAndTheLastEnd) {
