@@ -17,8 +17,8 @@ namespace kel {
 
 class AtomicFile {
 public:
-    // Bytes of the paths; an empty target fails to open. The new file gets the mode of the one it replaces, or that of
-    // `like`, when that is given and stands.
+    // Bytes of the paths; an empty target fails to open. The new file gets mode, owner and group of the one it
+    // replaces, or those of `like`, when that is given and stands.
     explicit AtomicFile(std::string target, std::string like = {});
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;

@@ -1,4 +1,6 @@
-// The platform service object: every block of memory and every file operation of the support layer goes through OS().
+// The platform service object. Every operation on a file goes through OS(), and so does the memory of shared texts
+// (String) and of the arrays of records. All other memory comes from the global operators, and the log writes to
+// standard error by itself.
 //
 // A host (or a test that wants the n-th operation to fail) derives from PlatformService and puts its object in place
 // with setOS; the object must outlive its use, and a block is freed through the same kind of memory that gave it. The

@@ -1,7 +1,8 @@
 // Objects that count their holders, the pointer that holds them, and the root of the suite's interfaces.
 //
 // Qv::Ptr<T> holds one count on an object derived from Qv::InternalRefCount; the object is destroyed with its last
-// holder. An object made on the stack or held by value has no holders and is never destroyed by a Ptr.
+// holder. So only what was made with new may be given to a Ptr. An object on the stack or held by value has no holders;
+// a Ptr to it would delete it.
 #ifndef KELDB_SUPPORT_REFCOUNT_H
 #define KELDB_SUPPORT_REFCOUNT_H
 

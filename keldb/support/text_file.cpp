@@ -226,6 +226,8 @@ void TextFile::hand_down_pieces() {
     if (!saving_ || text_.size() < kPieceBytes) return;
     saving_->write(text_.view());
     text_.clear();
+    ends_.clear();
+    next_ = nextNumber_ = 0;
 }
 
 bool TextFile::finishSaving() {

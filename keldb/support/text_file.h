@@ -68,11 +68,12 @@ public:
     // followed and stay; of a hard-linked file this name gets the new content and the others keep the old. Pipes and
     // devices are written straight. Allocation failure raises std::bad_alloc, the old file whole, no temporary left.
     bool save(const WString& path, int style) const;
-    // The same, with the mode of another file, when that stands.
+    // The same, with the mode of another file, and its owner and group, when that stands.
     bool saveLike(const WString& path, const WString& modeLike) const;
 
     // saveLike in two steps, for who forms many lines: between them, lines are appended, and handed down to the new
-    // file in large pieces instead of being held. Returns what save returns.
+    // file in large pieces instead of being held. Lines that were handed down are lines of this object no more:
+    // numbers, nextLine and bytes() begin anew with those that are still held. Returns what save returns.
     void startSaving(const WString& path, const WString& modeLike);
     bool finishSaving();
 

@@ -131,6 +131,8 @@ TEST(StreamedSave, WritesTheBytesOfTheWholeFile) {
         const std::string line(length, static_cast<char>('a' + i % 26));
         whole.appendLine(line);
         streamed.appendLine(line);
+        const std::size_t held = streamed.numLines();  // none, when it was handed down
+        ASSERT_EQ(streamed.line(held - 1), held == 0 ? "" : line);
     }
     EXPECT_TRUE(streamed.finishSaving());
     EXPECT_FALSE(streamed.finishSaving());  // it was finished
