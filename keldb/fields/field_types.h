@@ -40,6 +40,9 @@ namespace kel {
 // The code of a type name as a table file spells it, case ignored ("timecode", "text_s", ...). Any other name of
 // exactly one character is that character's code; null, the empty text and all else give `none`.
 KELDB_API DBFieldTypes::eType type_from_name(std::string_view name) noexcept;
+inline DBFieldTypes::eType type_from_name(const char* name) noexcept {
+    return type_from_name(name ? std::string_view(name) : std::string_view());
+}
 
 // The name that a table file gives the type. A code without a name of its own, 'c' among them, gives the one character.
 KELDB_API String name_of_type(DBFieldTypes::eType type);

@@ -141,6 +141,7 @@ TEST(KnownNames, OfTypesWidthsAndRangePairs) {
         EXPECT_EQ(type, parts[1][0] == '0' ? 0 : parts[1][0]) << row;
         EXPECT_TRUE(type == 0 || kel::name_of_type(type) == parts[2].c_str()) << row;
     }
+    EXPECT_EQ(kel::type_from_name(nullptr), DBFieldTypes::none);
     for (const std::string& row :
          pieces("1 Tag|2 sequence|3 pulldown|4 Mdrive|6 Type|8 Size|9 film duration|10 lab reel|12 Cookie|"
                 "12 end camcode|15 end inkcode|16 Duration|17 start keycode|24 Who|30 Reel Type|32 Name|64 chans|"
