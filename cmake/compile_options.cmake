@@ -13,12 +13,18 @@ if(KELDB_SANITIZE OR KELDB_SANITIZE_INTEGER OR KELDB_LIBFUZZER)
   set(keldb_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
 endif()
 
+# Without it g++ marks the statics of inline functions so that the loader never unloads a library that holds one.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fno-gnu-unique KELDB_HAS_NO_GNU_UNIQUE)
+mark_as_advanced(KELDB_HAS_NO_GNU_UNIQUE)
+
 function(keldb_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow
     $<$<BOOL:${KELDB_WERROR}>:-Werror>
+    $<$<BOOL:${KELDB_HAS_NO_GNU_UNIQUE}>:-fno-gnu-unique>
     ${keldb_sanitizers}
     $<$<BOOL:${KELDB_LIBFUZZER}>:-fsanitize=fuzzer-no-link>)
   target_link_options(${target} PRIVATE ${keldb_sanitizers})

@@ -1,5 +1,9 @@
-// The two settings of the process, read once while the library loads and only read afterwards. A change of the
-// environment takes effect when the library is loaded again. They are the only values that loading it computes.
+// The two settings of the process, read once while the library loads and only read afterwards. They are the only values
+// that loading it computes.
+//
+// A change of the environment takes effect when the library is loaded again. A host that was linked with the C++
+// library unloads it by its last dlclose. In a host that was not, the C++ library comes with it, stays for good, and
+// holds it as long, since it takes its allocation operators from it (KELDB_MIMALLOC).
 #ifndef KELDB_LIBRARY_STARTUP_SETTINGS_H
 #define KELDB_LIBRARY_STARTUP_SETTINGS_H
 
