@@ -5,9 +5,17 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS keldb EXPORT keldbTargets)
 
-# Whatever ends in _internal.h is between the library's own sources.
+# Headers between the library's own sources stay here: a host could not link what they declare, and no other installed
+# header needs them. They are those that end in _internal.h, those of search, and these.
+set(keldb_inner_headers
+  fieldmap/map_text fields/field_name library/startup_settings
+  support/atomic_file support/byte_order_mark support/huge_pages support/read_window support/words
+  textfile/byte_steps textfile/csv_splitter textfile/header_rows textfile/line_splitter textfile/parameter_line
+  textfile/table_reader textfile/value_quoting
+  views/held_view)
+list(TRANSFORM keldb_inner_headers REPLACE "(.+)" "PATTERN;\\1.h;EXCLUDE")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/keldb/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/keldb
-  FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE PATTERN search EXCLUDE ${keldb_inner_headers})
 
 set(keldb_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/keldb)
 install(EXPORT keldbTargets NAMESPACE keldb:: DESTINATION ${keldb_package_dir})
