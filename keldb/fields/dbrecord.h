@@ -131,6 +131,7 @@ private:
     void note_change();                // this record and its table have changed
     void note_quiet_write() noexcept;  // values are others than before, without a mark
     void take_values(const kel::ValueBuilder& values);
+    void take_no_values() noexcept;  // of a blank line, which marks nothing
 
     keldb* container_ = nullptr;
     [[no_unique_address]] kel::FieldValues values_;

@@ -11,9 +11,22 @@ keldb::keldb(WString fileName, int maxRecords, bool flag) : file_name_(std::move
     loadFromFile(maxRecords, flag);
 }
 
+namespace {
+
+// Into the room that the report was made with. It has none when the findings were moved elsewhere and there is no
+// memory for others.
+void tell_memory_ran_out(LoadReport& report) noexcept {
+    report.end = LoadReport::End::out_of_memory;
+    report.findings.clear();
+    if (report.findings.capacity() != 0) report.findings.push_back({.kind = LoadFinding::Kind::out_of_memory});
+}
+
+}  // namespace
+
 void keldb::loadFromFile(int maxRecords, bool /*flag*/, LoadReport* report) {
-    if (report) *report = LoadReport();
+    if (report) report->clear();
     try {
+        if (report) report->findings.reserve(1);
         free();
         TextFile file;
         // A report looks behind the line that ended the load, so it wants all lines at hand.
@@ -23,7 +36,7 @@ void keldb::loadFromFile(int maxRecords, bool /*flag*/, LoadReport* report) {
         if (!opened && report) report->findings.push_back({.kind = LoadFinding::Kind::unreadable});
     } catch (...) {
         valid_ = 0;
-        if (report) report->end = LoadReport::End::out_of_memory;
+        if (report) tell_memory_ran_out(*report);
     }
 }
 

@@ -29,7 +29,8 @@ std::string words(const LoadFinding& finding) {
     case Kind::no_marker:
         return "no \"KELDB\" marker line after the parameter lines: the file is not read";
     case Kind::header_cut:
-        return "the file ends before its header rows are complete: it is not read";
+        return std::string("the file ends before its header rows are complete: ") +
+               (finding.expected == 0 ? "the table has no fields" : "it is not read");
     case Kind::header_mismatch:
         return counted(finding.count, "item") + " in a header row where the width row has " + number(finding.expected) +
                ": the file is not read";
@@ -43,7 +44,7 @@ std::string words(const LoadFinding& finding) {
     case Kind::surplus_parameter:
         return "more than 40 parameters: this one is dropped";
     case Kind::surplus_parameter_text:
-        return "a parameter line holds one value: " + counted(finding.count, "further value") +
+        return "a line before the header rows holds one value: " + counted(finding.count, "further value") +
                (finding.count == 1 ? " is" : " are") + " dropped";
     case Kind::unknown_type:
         return "field " + std::to_string(finding.column + 1) + ": the type " + quoted(finding.text) +
@@ -86,5 +87,11 @@ std::string words(const LoadFinding& finding) {
 }
 
 }  // namespace
+
+void LoadReport::clear() noexcept {
+    end = End::unreadable;
+    lines = lines_read = first_record_line = 0;
+    findings.clear();
+}
 
 String describe(const LoadFinding& finding) { return String(words(finding)); }

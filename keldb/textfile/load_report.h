@@ -18,12 +18,13 @@ struct LoadFinding {
         unreadable,       // missing, a directory, not permitted, a failing read (line 0)
         no_parameters,    // the first line is no "KELDB:" parameter line
         no_marker,        // a line without a colon, or the end, before the marker line
-        header_cut,       // the file ends inside the header rows
+        header_cut,       // the file ends where `expected` items of a header row should stand; with 0, inside the blank
+                          // rows of a table without fields: then the table is valid
         header_mismatch,  // the type or name row has `count` items instead of `expected`
         out_of_memory,    // line 0
 
-        // Parameter lines
-        other_revision,          // of the file format; `count` is the one stated
+        // Parameter lines and the marker line
+        other_revision,          // of the file format; `text` is the one stated
         nameless_parameter,      // begins with a colon: dropped
         surplus_parameter,       // beyond 40: dropped
         surplus_parameter_text,  // `count` values behind the first one of the line: dropped
@@ -61,6 +62,8 @@ struct LoadFinding {
 };
 
 struct LoadReport {
+    LoadReport() { findings.reserve(1); }  // so that a load that runs out of memory has room to say so
+
     enum class End {
         unreadable,    // the file could not be read
         not_a_table,   // no parameter lines, no marker line or no matching header rows
@@ -78,6 +81,8 @@ struct LoadReport {
     std::vector<LoadFinding> findings;  // by line
 
     bool complete() const noexcept { return end == End::file_end; }
+
+    KELDB_API void clear() noexcept;  // as a new one
 };
 
 // The finding in words: what is wrong and what it does to the data. One line, without file and line number.

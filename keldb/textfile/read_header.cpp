@@ -10,15 +10,22 @@
 
 void keldb::read_params(TextFile& file, dbrecord* scratch) {
     kel::TableReader reader(*this, file);
-    reader.read_parameters();
-    if (scratch) scratch->take_values(reader.line());
+    const bool read = reader.read_parameters();
+    if (!scratch) return;
+    if (read) {
+        scratch->take_values(reader.line());
+    } else {
+        scratch->take_no_values();
+    }
 }
 
 namespace kel {
 
-void TableReader::read_parameters() {
+bool TableReader::read_parameters() {
     table_.params_.clear();
-    if (next_line() && read_revision()) read_further_parameters();
+    const bool read = next_line();
+    if (read && read_revision()) read_further_parameters();
+    return read;
 }
 
 bool TableReader::read_revision() {
@@ -39,7 +46,10 @@ void TableReader::read_further_parameters() {
     while (!file_.atEnd()) {
         next_line();
         const ParameterText::Kind kind = read_parameter(value(0)).kind;
-        if (kind == ParameterText::Kind::marker) return;
+        if (kind == ParameterText::Kind::marker) {
+            found_surplus_values();
+            return;
+        }
         if (table_.params_.size() >= ParameterList::kLimit) {
             found({.kind = Kind::surplus_parameter});
         } else if (kind == ParameterText::Kind::no_colon) {
@@ -55,21 +65,24 @@ void TableReader::read_further_parameters() {
 void TableReader::store_parameter() {
     const ParameterText parameter = read_parameter(value(0));
     table_.params_.append_as_read(String(parameter.name), String(parameter.value));
+    found_surplus_values();
+}
+
+void TableReader::found_surplus_values() {
     if (values_.size() > 1) found({.kind = Kind::surplus_parameter_text, .column = 1, .count = values_.size() - 1});
 }
 
+// Rows that are not there are rows of no items, which are those of a table without fields.
 bool TableReader::read_header() {
-    if (file_.atEnd()) {
-        found({.kind = Kind::header_cut});
-        return false;
-    }
     next_line();
     const unsigned fields = count();
     if (!read_row(fields, 3)) return false;
     table_.layout_.reset(fields);
     set_types();
+    const bool cut = file_.atEnd();
     if (!read_row(fields, 4)) return false;
     set_names();
+    if (cut) found({.kind = Kind::header_cut});
     return true;
 }
 
@@ -77,10 +90,9 @@ bool TableReader::read_header() {
 bool TableReader::read_row(unsigned fields, int row) {
     const bool missing = file_.atEnd();
     next_line();
-    if (missing) found({.kind = Kind::header_cut});
-    if (count() == fields) return !missing;
+    if (count() == fields) return true;
     table_.fill_error_info(dberror::kHeaderRow, row, 0, 0);
-    if (!missing) found({.kind = Kind::header_mismatch, .count = values_.size(), .expected = fields});
+    found({.kind = missing ? Kind::header_cut : Kind::header_mismatch, .count = values_.size(), .expected = fields});
     return false;
 }
 

@@ -10,7 +10,7 @@
 int dbrecord::read(TextFile& file) {
     const std::string_view line = file.nextLine();
     if (isEssentiallyEmpty(line)) {
-        values_ = kel::FieldValues();
+        take_no_values();
         return 0;
     }
     kel::ValueBuilder values;
@@ -23,6 +23,11 @@ void dbrecord::take_values(const kel::ValueBuilder& values) {
     values_.pack(values);
     note_change();
     if (container_) container_->set_mod_time(1);
+}
+
+void dbrecord::take_no_values() noexcept {
+    values_ = kel::FieldValues();
+    note_quiet_write();
 }
 
 int keldb::load_text(int maxRecords) {
@@ -39,7 +44,10 @@ namespace kel {
 int TableReader::append(bool skip_first, int most) {
     if (table_.records_.size() >= table_.records_.capacity() || most <= 0) return 0;
     appending_ = true;
-    if (skip_first && !(next_line() && fits_table(0))) return 0;
+    if (skip_first) {
+        if (!next_line() || !fits_table(0)) return 0;
+        table_.set_mod_time(1);
+    }
     int records = 0;
     const End end = read_records(most, records);
     if (skip_first && records == 0 && end == End::blank_line) {
@@ -72,6 +80,7 @@ TableReader::End TableReader::read_records(int most, int& records) {
 bool TableReader::fits_table(int records) {
     if (appending_) table_.changed_ = 1;
     if (count() == table_.layout_.size()) return true;
+    table_.set_mod_time(1);
     table_.fill_error_info(dberror::kValueCount, records, 0, 0);
     LogBoth("keldb::add_text: returning because not all fields filled\n");
     found({.kind = Kind::value_count, .count = values_.size(), .expected = table_.layout_.size()});

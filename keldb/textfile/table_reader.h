@@ -28,7 +28,7 @@ public:
     void load(bool comma_separated,
               int most);                    // what loadFromFile does once the table is empty and the lines are there
     int append(bool skip_first, int most);  // add_text
-    void read_parameters();                 // read_params; line() is then the last line read
+    bool read_parameters();                 // read_params; line() is then the last line read; false: the first is blank
     const ValueBuilder& line() const noexcept { return values_; }
 
 private:
@@ -48,6 +48,7 @@ private:
     bool read_revision();
     void read_further_parameters();
     void store_parameter();
+    void found_surplus_values();
     bool read_header();
     bool read_row(unsigned fields, int row);
     void set_types();

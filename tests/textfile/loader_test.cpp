@@ -44,7 +44,7 @@ const std::string kRevision = "\"KELDB:Rev 1\"|", kTwo = kRevision + "\"KELDB\"|
 const std::string kLongest(4095, 'x');
 const std::string kNoParameters = ": no \"KELDB:\" parameter line at the start: the file is not read\n";
 const std::string kNoMarker = ": no \"KELDB\" marker line after the parameter lines: the file is not read\n";
-const std::string kHeaderCut = ": the file ends before its header rows are complete: it is not read\n";
+const std::string kHeaderCut = ": the file ends before its header rows are complete: ";
 const std::string kNotFilled = "keldb::add_text: returning because not all fields filled\n";
 const std::string kQuotes = ": the double quotes are kept as a part of the text\n";
 const std::string kOpen =
@@ -54,9 +54,12 @@ const std::vector<Load> kLoads = {
     // clang-format off
     {"", "no table\n0" + kNoParameters}, {" |" + kTwo, "no table\n1" + kNoParameters},
     {"KELDB|4,4|a,a|a,b|", "no table\n1" + kNoParameters}, {kRevision + "p:v|", "no table; p=v\n2" + kNoMarker},
-    {kRevision + "p|KELDB|4|a|n|", "no table\n2" + kNoMarker}, {kRevision + "KELDB|", "no table\n2" + kHeaderCut},
+    {kRevision + "p|KELDB|4|a|n|", "no table\n2" + kNoMarker},
+    {kRevision + "KELDB|", "0-2 \n2" + kHeaderCut + "the table has no fields\n"},
+    {kRevision + "KELDB|||", "0-4 \n4" + kHeaderCut + "the table has no fields\n"}, {kRevision + "KELDB||||", "0-5 \n"},
+    {kRevision + "KELDB|4,4|", "no table\nerror 3 at 3\n3" + kHeaderCut + "it is not read\n"},
+    {kRevision + "KELDB|4|a|", "no table\nerror 3 at 4\n4" + kHeaderCut + "it is not read\n"},
     // clang-format on
-    {kRevision + "KELDB|4,4|", "no table\nerror 3 at 3\n3" + kHeaderCut},
     {kRevision + "KELDB|4,4|text|a,b|",
      "no table\nerror 3 at 3\n4: 1 item in a header row where the width row has 2: the file is not read\n"},
     {kRevision + "KELDB|4|text|a,b|",
@@ -82,14 +85,15 @@ const std::vector<Load> kLoads = {
          "7: value 1: longer than 4095 bytes: cut there, one byte is lost and the rest is read as further values\n"
          "7: value 2: a double quote in the middle is dropped\n"
          "7: 3 values where the table has 2 fields: the load ends here\n"},
-    {"keldb: rev 3|:x|\" p : v:w \",more|P :|keldb,x|4,4|a,a|a,b|\"  a  \",x|\" a\"  ,b|\"a\"  , b |"
+    {"keldb: rev 3|:x|\" p : v:w \",more|P :|keldb,x,y|4,4|a,a|a,b|\"  a  \",x|\" a\"  ,b|\"a\"  , b |"
      "\"a\"x,c\"d|\x01\x7F\"a\",\tb,|\"KELDB\",\"b|1|2,3|",
      "9-15+ a:a b:a | a,x | a,b | a,b | ax,cd | a,b | KELDB,b; p =v:w; P =\nerror 1 at 6\n"
      "keldb::read_text:  Warning: keldb is revision 3, current level is 1\n" +
          kNotFilled +
          "1: revision 3 of the file format where this library knows revision 1: read as revision 1\n"
          "2: a parameter without a name: it is dropped\n3: value 1: blanks at the ends of the quoted text are dropped\n"
-         "3: a parameter line holds one value: 1 further value is dropped\n"
+         "3: a line before the header rows holds one value: 1 further value is dropped\n"
+         "5: a line before the header rows holds one value: 2 further values are dropped\n"
          "9: value 1: blanks at the ends of the quoted text are dropped\n"
          "10: value 1: blanks at the ends of the quoted text are dropped\n"
          "12: value 1 and 1 more: a double quote in the middle is dropped\n"
@@ -213,7 +217,9 @@ TEST(Loader, KeepsNothingOfAFileWhoseReadingFails) {
 }
 
 TEST(Record, ReadsOneLine) {
-    keldb table;
+    struct Derived : keldb {
+        using keldb::read_params;
+    } table;
     TextFile file = TextFile::fromBytes("1,2,3\n \n");
     EXPECT_EQ(table.add_text(file, 0, 9), 0);  // there is room from the first record on
     table.add_records(1);
@@ -224,6 +230,25 @@ TEST(Record, ReadsOneLine) {
                   read + std::string(*read ? "2" : "0"));
     }
     EXPECT_GT(table.get_last_mod_time(), 0);
+    table.read_params(file, &table[0]);  // there is no first line
+    EXPECT_EQ(table[0].get_changed() + table.get_changed(), 0);
+    keldb log = table_of("Cookie:a | M1");
+    for (const int row : {0, -1}) {
+        EXPECT_EQ(log.getRowIndexByID(Cookie("M1", false)), row);
+        log[0].read(file);
+    }
+}
+
+TEST(Loader, StampsATableWhoseLinesItReadsAndDoesNotAppend) {
+    for (const char* text : {"skipped", "of,another,width"}) {
+        keldb table;
+        table.addField({"a", DBFieldTypes::text});
+        table.add_records(1);
+        EXPECT_EQ(table.get_last_mod_time(), 0);
+        TextFile file = TextFile::fromBytes(text);
+        EXPECT_EQ(table.add_text(file, 1, 9), 0);
+        EXPECT_GT(table.get_last_mod_time(), 0) << text;
+    }
 }
 
 }  // namespace
