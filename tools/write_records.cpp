@@ -2,8 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "csv_text.h"
 #include "json_text.h"
@@ -27,14 +28,14 @@ void write_csv_line(const std::vector<unsigned>& fields, const Text& text_of, Ou
 
 // The field names, made different from each other, each written as a key with its colon.
 std::vector<std::string> json_keys(const keldb& table, const std::vector<unsigned>& fields) {
-    std::vector<std::string> names, keys;
+    std::unordered_set<std::string> taken;
+    std::unordered_map<std::string, std::size_t> last_number;  // all up to this one are taken for the name
+    std::vector<std::string> keys;
     for (const unsigned field : fields) {
         const std::string name = table.get_fieldname(field);
+        std::size_t& number = last_number.try_emplace(name, 1).first->second;
         std::string key = name;
-        for (int i = 2; std::find(names.begin(), names.end(), key) != names.end(); ++i) {
-            key = fmt::format("{} ({})", name, i);
-        }
-        names.push_back(key);
+        while (!taken.insert(key).second) key = fmt::format("{} ({})", name, ++number);
         keys.push_back(json_text(key) + ": ");
     }
     return keys;
