@@ -20,7 +20,7 @@ struct InfoOptions {
 
 struct Field {
     std::string name, type;
-    unsigned width;  // as the file's width row states it
+    unsigned width;  // as a save states it in the width row
 };
 
 struct Parameter {

@@ -73,7 +73,7 @@ int show(const ShowOptions& options) {
     const std::optional<Wanted> wanted = find_wanted(*input, options);
     if (!wanted) return kFault;
     if (wanted->fields.empty() && input->table.get_num_fields() != 0) {
-        tell("{}: the field map hides every field; --all-fields shows them", input->name);
+        tell("{}: the field map shows no field; --all-fields shows them", input->name);
         return kFindings;
     }
     if (options.explain) explain(*input, wanted->conditions);

@@ -11,7 +11,7 @@ std::size_t terminal_width();
 
 bool errors_go_to_a_terminal();
 
-// Standard output is a terminal, one that can show colour, and the environment variable NO_COLOR is not set.
+// Standard output is a terminal, one that can show colour, and the environment variable NO_COLOR is empty or not set.
 bool colour_wanted();
 
 }  // namespace tool
