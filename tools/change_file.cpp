@@ -88,6 +88,11 @@ std::unique_ptr<OpenTable> open_for_change(const std::string& file, const Change
     return input;
 }
 
+int pass_on(OpenTable& input, const ChangeOptions& options) {
+    if (input.from_standard_input() && !options.dry_run) save(input);
+    return kFindings;
+}
+
 int save_changes(OpenTable& input, bool changed, const std::string& done, const ChangeOptions& options,
                  const std::vector<std::string>& details) {
     if (changed && !changes_can_be_saved(input, options)) return kFault;

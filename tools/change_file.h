@@ -22,6 +22,10 @@ void add_change_options(CLI::App& command, ChangeOptions& options);
 // Null, told, for what is no usable table, a .csv, or a table that may not be saved.
 std::unique_ptr<OpenTable> open_for_change(const std::string& file, const ChangeOptions& options);
 
+// For a command that found no record to change: a table from standard input goes on as it is to standard output, unless
+// it is a dry run. Returns kFindings.
+int pass_on(OpenTable& input, const ChangeOptions& options);
+
 // Saves the table unless it is a dry run or nothing was changed. Then it says the result in words, on standard output
 // or, when that is where the table goes, on standard error: the lines of `details` as they stand, then `done` behind
 // the table's name. Returns kDone, or kFault when it was told why the table is not saved.

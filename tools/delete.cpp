@@ -18,7 +18,7 @@ int delete_records(const DeleteOptions& options) {
     if (!input) return kFault;
     std::optional<Selection> records = choose_records(*input, options.records);
     if (!records) return kFault;
-    if (records->size() == 0) return kFindings;
+    if (records->size() == 0) return pass_on(*input, options.change);
 
     const unsigned count = records->size();
     records->delete_records();

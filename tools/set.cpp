@@ -33,7 +33,7 @@ int set(const SetOptions& options) {
     if (!values) return kFault;
     const std::optional<Selection> records = choose_records(*input, options.records);
     if (!records) return kFault;
-    if (records->size() == 0) return kFindings;
+    if (records->size() == 0) return pass_on(*input, options.change);
 
     unsigned changed = 0;
     for (unsigned i = 0; i < records->size(); ++i) changed += assign(records->record(i), *values) ? 1U : 0U;

@@ -47,7 +47,7 @@ int tag(const TagOptions& options) {
     if (!input) return kFault;
     const std::optional<Selection> records = choose_records(*input, options.records);
     if (!records) return kFault;
-    if (records->size() == 0) return kFindings;
+    if (records->size() == 0) return pass_on(*input, options.change);
     const bool added = tag_field(input->table) < 0;
     const int field = find_or_add_field(*input, options.add_field);
     if (field < 0) return kFault;
