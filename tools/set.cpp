@@ -1,5 +1,7 @@
 // keldb set: gives fields of chosen records a value.
 
+#include <string_view>
+
 #include "change_file.h"
 #include "field_choice.h"
 #include "messages.h"
@@ -16,11 +18,15 @@ struct SetOptions {
     ChangeOptions change;
 };
 
-// Returns whether one of the values was another one before.
-bool assign(dbrecord& record, const std::vector<FieldValue>& values) {
+// In the field Tag the empty text says the same as 0, which is what a save puts there.
+std::string_view meaning(std::string_view text, bool is_tag) { return is_tag && text.empty() ? "0" : text; }
+
+// Returns whether one of the values said something else before.
+bool assign(dbrecord& record, const std::vector<FieldValue>& values, int tags) {
     bool changed = false;
     for (const FieldValue& value : values) {
-        changed |= record.field_text(value.field) != value.value.view();
+        const bool is_tag = static_cast<int>(value.field) == tags;
+        changed |= meaning(record.field_text(value.field), is_tag) != meaning(value.value, is_tag);
         record.setField(static_cast<unsigned short>(value.field), value.value);
     }
     return changed;
@@ -35,8 +41,9 @@ int set(const SetOptions& options) {
     if (!records) return kFault;
     if (records->size() == 0) return pass_on(*input, options.change);
 
+    const int tags = tag_field(input->table);
     unsigned changed = 0;
-    for (unsigned i = 0; i < records->size(); ++i) changed += assign(records->record(i), *values) ? 1U : 0U;
+    for (unsigned i = 0; i < records->size(); ++i) changed += assign(records->record(i), *values, tags) ? 1U : 0U;
     take_tags(input->table);
     const std::string done = fmt::format("{} of {} changed", changed, counted(records->size(), "matching record"));
     return save_changes(*input, changed != 0, done, options.change);
