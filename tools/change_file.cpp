@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "display_text.h"
 #include "messages.h"
 #include "output.h"
 #include "storage_text.h"
@@ -64,7 +65,7 @@ void say(const OpenTable& input, std::string_view line) {
     if (input.from_standard_input()) {
         tell_line(line);
     } else {
-        print(line);
+        print(displayable(line));
     }
 }
 

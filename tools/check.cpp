@@ -5,6 +5,7 @@
 
 #include "command.h"
 #include "container_check.h"
+#include "display_text.h"
 #include "keldb/support/ascii.h"
 #include "output.h"
 #include "storage_text.h"
@@ -46,7 +47,7 @@ int check_file(const InputChoice& choice) {
     const std::unique_ptr<OpenTable> input = read_table(choice);
     if (!input) return tell_left_over(choice.file), kFault;
     const std::vector<Finding> findings = findings_of(*input);
-    for (const Finding& finding : findings) print(located(input->name, finding.line, finding.text));
+    for (const Finding& finding : findings) print(displayable(located(input->name, finding.line, finding.text)));
     return findings.empty() ? kDone : kFindings;
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "change_file.h"
+#include "display_text.h"
 #include "field_choice.h"
 #include "keldb/fieldmap/field_map.h"
 #include "mapped_fields.h"
@@ -43,7 +44,7 @@ int print_map(const MapOptions& options) {
     const FieldMap map(input->table);
     for (int i = 0; i < map.size(); ++i) {
         const String name = map.getName(i);
-        if (input->table.get_fieldnum(name) >= 0) print(entry_text(std::string(name.view()), map.isVisible(i)));
+        if (input->table.get_fieldnum(name) >= 0) print(entry_text(displayable(name), map.isVisible(i)));
     }
     return tell_gaps(*input, map) && input->whole() ? kDone : kFindings;
 }

@@ -1,4 +1,5 @@
-// Messages to the person at the command: on standard error, one line each.
+// Messages to the person at the command: on standard error, one line each, whatever stands in the names and values that
+// they quote.
 #ifndef KELDB_TOOLS_MESSAGES_H
 #define KELDB_TOOLS_MESSAGES_H
 
@@ -9,10 +10,12 @@
 #include <string_view>
 #include <utility>
 
+#include "display_text.h"
+
 namespace tool {
 
 inline void tell_line(std::string_view line) {
-    const std::string text = std::string(line) + '\n';
+    const std::string text = displayable(line) + '\n';
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 

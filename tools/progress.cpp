@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <cstdio>
-#include <utility>
 
+#include "display_text.h"
 #include "terminal.h"
 
 namespace tool {
@@ -14,8 +14,8 @@ constexpr std::chrono::milliseconds kPatience{500};
 constexpr std::chrono::milliseconds kBetweenUpdates{100};
 }  // namespace
 
-Progress::Progress(std::string what, std::size_t steps, bool wanted)
-    : what_(std::move(what)),
+Progress::Progress(const std::string& what, std::size_t steps, bool wanted)
+    : what_(displayable(what)),
       steps_(steps),
       watched_(wanted && errors_go_to_a_terminal()),
       next_look_(std::chrono::steady_clock::now() + kPatience) {}

@@ -12,7 +12,7 @@ namespace tool {
 class Progress {
 public:
     // What is done, such as "reading clips.keldb"; 0 steps: not counted.
-    Progress(std::string what, std::size_t steps, bool wanted = true);
+    Progress(const std::string& what, std::size_t steps, bool wanted = true);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -14,8 +14,8 @@ namespace tool {
 void write_csv(const Selection& records, const std::vector<unsigned>& fields, Output& out);
 
 // An array of objects, one for each record: all values are texts, and the keys are the field names. Of equal names the
-// second is followed by " (2)", and so on; a key that is taken is stepped over. Returns the number of values that are no
-// UTF-8: the bytes at fault are written as U+FFFD.
+// second is followed by " (2)", and so on; a key that is taken is stepped over. Returns the number of values that are
+// no UTF-8: the bytes at fault are written as U+FFFD.
 std::size_t write_json(const Selection& records, const std::vector<unsigned>& fields, Output& out);
 
 }  // namespace tool
