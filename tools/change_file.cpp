@@ -76,8 +76,8 @@ void add_change_options(CLI::App& command, ChangeOptions& options) {
     command.add_flag("--force", options.force, "Save even when something that stood in the file is lost");
 }
 
-std::unique_ptr<OpenTable> open_for_change(const std::string& file, const ChangeOptions& options) {
-    std::unique_ptr<OpenTable> input = read_table({file, ""});
+std::unique_ptr<OpenTable> open_for_change(const InputChoice& choice, const ChangeOptions& options) {
+    std::unique_ptr<OpenTable> input = read_table(choice);
     if (!input) return nullptr;
     tell_findings(*input);
     if (!input->valid()) return nullptr;

@@ -20,7 +20,7 @@ struct ChangeOptions {
 void add_change_options(CLI::App& command, ChangeOptions& options);
 
 // Null, told, for what is no usable table, a .csv, or a table that may not be saved.
-std::unique_ptr<OpenTable> open_for_change(const std::string& file, const ChangeOptions& options);
+std::unique_ptr<OpenTable> open_for_change(const InputChoice& choice, const ChangeOptions& options);
 
 // For a command that found no record to change: a table from standard input goes on as it is to standard output, unless
 // it is a dry run. Returns kFindings.

@@ -51,9 +51,14 @@ int check_file(const InputChoice& choice) {
     return findings.empty() ? kDone : kFindings;
 }
 
+// A format is for standard input alone: the files beside it say theirs with their names.
 int check(const CheckOptions& options) {
+    const bool piped = std::any_of(options.files.begin(), options.files.end(), is_standard_stream);
     int code = kDone;
-    for (const std::string& file : options.files) code = std::max(code, check_file({file, options.format}));
+    for (const std::string& file : options.files) {
+        const bool named_beside_it = piped && !is_standard_stream(file);
+        code = std::max(code, check_file({file, named_beside_it ? "" : options.format}));
+    }
     return code;
 }
 

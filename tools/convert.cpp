@@ -85,6 +85,10 @@ int write_as(Format format, OpenTable& input, const ConvertOptions& options) {
 }
 
 int convert(const ConvertOptions& options) {
+    if (!options.to.empty() && !is_standard_stream(options.out)) {
+        tell("{}: --to is for standard output: the name of a file says what it gets", options.out);
+        return kFault;
+    }
     const std::unique_ptr<OpenTable> input = read_table(options.input);
     if (!input) return kFault;
     tell_findings(*input);

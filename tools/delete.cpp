@@ -14,7 +14,7 @@ struct DeleteOptions {
 };
 
 int delete_records(const DeleteOptions& options) {
-    const std::unique_ptr<OpenTable> input = open_for_change(options.file, options.change);
+    const std::unique_ptr<OpenTable> input = open_for_change({options.file, ""}, options.change);
     if (!input) return kFault;
     std::optional<Selection> records = choose_records(*input, options.records);
     if (!records) return kFault;

@@ -95,7 +95,7 @@ bool append_list(const OpenTable& input, const std::string& list, FieldMap& map)
 }
 
 int store_map(const MapOptions& options) {
-    const std::unique_ptr<OpenTable> input = open_for_change(options.input.file, options.change);
+    const std::unique_ptr<OpenTable> input = open_for_change(options.input, options.change);
     if (!input) return kFault;
     FieldMap map(input->table);
     map.clear();

@@ -112,7 +112,7 @@ int merge(const MergeOptions& options) {
     }
     const bool exists = is_standard_stream(options.out) || fileExists(fromUTF8(String(options.out)));
     const std::unique_ptr<OpenTable> out =
-        exists ? open_for_change(options.out, options.change) : start_table(options.out, *inputs.front());
+        exists ? open_for_change({options.out, ""}, options.change) : start_table(options.out, *inputs.front());
     if (!out) return kFault;
 
     std::vector<std::string> report;

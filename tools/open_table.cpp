@@ -112,6 +112,10 @@ void tell_why_it_ended(const OpenTable& input) { tell_chosen(input, ended_the_lo
 std::unique_ptr<OpenTable> read_table(const InputChoice& choice) {
     auto input = std::make_unique<OpenTable>();
     const bool piped = is_standard_stream(choice.file);
+    if (!piped && !choice.format.empty()) {
+        tell("{}: --from is for standard input: the name of a file says what it holds", choice.file);
+        return nullptr;
+    }
     input->name = piped ? "(standard input)" : choice.file;
     input->path = piped ? "" : choice.file;
     input->comma_separated = piped ? choice.format == "csv" : names_csv(choice.file);

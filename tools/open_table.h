@@ -28,13 +28,14 @@ struct OpenTable {
 // The argument and, for standard input, what stands there.
 struct InputChoice {
     std::string file;
-    std::string format;  // "csv", or anything else for a table; files say it with their names
+    std::string format;  // "csv", "table", or empty for a table; files say it with their names
 };
 
 bool is_standard_stream(std::string_view file);  // "-"
 bool names_csv(std::string_view file);           // ends in ".csv"; lower case alone counts, as in the library
 
-// Reads a table whatever its state. Null, told, when the file cannot be read at all.
+// Reads a table whatever its state. Null, told, when the file cannot be read at all, or when a format is stated for a
+// named file.
 std::unique_ptr<OpenTable> read_table(const InputChoice& input);
 
 // The same for a command that needs a usable table. Null, told, when it is none. When the load ended early, that is

@@ -33,7 +33,7 @@ bool assign(dbrecord& record, const std::vector<FieldValue>& values, int tags) {
 }
 
 int set(const SetOptions& options) {
-    const std::unique_ptr<OpenTable> input = open_for_change(options.file, options.change);
+    const std::unique_ptr<OpenTable> input = open_for_change({options.file, ""}, options.change);
     if (!input) return kFault;
     const std::optional<std::vector<FieldValue>> values = field_values(*input, options.values);
     if (!values) return kFault;

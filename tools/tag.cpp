@@ -43,7 +43,7 @@ unsigned clear_all_tags(keldb& table, int field) {
 }
 
 int tag(const TagOptions& options) {
-    const std::unique_ptr<OpenTable> input = open_for_change(options.file, options.change);
+    const std::unique_ptr<OpenTable> input = open_for_change({options.file, ""}, options.change);
     if (!input) return kFault;
     const std::optional<Selection> records = choose_records(*input, options.records);
     if (!records) return kFault;
