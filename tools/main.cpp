@@ -1,5 +1,8 @@
 // keldb: looks at, checks, converts and edits record tables from the command line.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -64,6 +67,15 @@ int run(int argc, char** argv) {
     return chosen();
 }
 
+// A standard stream that is closed becomes one that cannot be used either. Otherwise the next file opened would take
+// its place: a temporary would be read as standard input, or messages would go into a table.
+void occupy_closed_streams() {
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        const bool closed = ::fcntl(stream, F_GETFD) < 0 && errno == EBADF;
+        if (closed) ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);  // takes the lowest free number
+    }
+}
+
 // The results count only when they have been written.
 int finish(int code) {
     errno = 0;
@@ -77,6 +89,7 @@ int finish(int code) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupy_closed_streams();
     try {
         return finish(run(argc, argv));
     } catch (const std::bad_alloc&) {
