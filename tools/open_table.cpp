@@ -79,19 +79,22 @@ void tell_chosen(const OpenTable& input, const Choice& chosen) {
     }
 }
 
-bool read_file(OpenTable& input) {
-    load(input, input.path);
-    if (input.report.end != LoadReport::End::unreadable) return true;
-    tell("{}: {}", input.name, reason_unreadable(input.path));
+// Loads the file at `path`. False, told, when it could not be read: that says nothing about what is in it.
+bool could_load(OpenTable& input, const std::string& path) {
+    using End = LoadReport::End;
+    load(input, path);
+    if (input.valid() || input.report.end == End::not_a_table) return true;
+    const bool out_of_memory = input.report.end == End::out_of_memory;
+    tell("{}: {}", input.name,
+         out_of_memory ? std::string(describe({.kind = Kind::out_of_memory}).view()) : reason_unreadable(path));
     return false;
 }
 
 bool read_standard_input(OpenTable& input) {
     const StandardInputCopy copy(input.comma_separated ? ".csv" : "");
-    if (!copy.ok()) return false;
-    load(input, copy.path());
+    const bool loaded = copy.ok() && could_load(input, copy.path());
     input.table.set_filename(WString());
-    return true;
+    return loaded;
 }
 
 }  // namespace
@@ -119,7 +122,7 @@ std::unique_ptr<OpenTable> read_table(const InputChoice& choice) {
     input->name = piped ? "(standard input)" : choice.file;
     input->path = piped ? "" : choice.file;
     input->comma_separated = piped ? choice.format == "csv" : names_csv(choice.file);
-    if (!(piped ? read_standard_input(*input) : read_file(*input))) return nullptr;
+    if (!(piped ? read_standard_input(*input) : could_load(*input, input->path))) return nullptr;
     take_tags(input->table);
     return input;
 }

@@ -34,8 +34,8 @@ struct InputChoice {
 bool is_standard_stream(std::string_view file);  // "-"
 bool names_csv(std::string_view file);           // ends in ".csv"; lower case alone counts, as in the library
 
-// Reads a table whatever its state. Null, told, when the file cannot be read at all, or when a format is stated for a
-// named file.
+// Reads a table whatever its state; one that is not valid has a finding that says why. Null, told, when the file cannot
+// be read at all, when memory runs out, or when a format is stated for a named file.
 std::unique_ptr<OpenTable> read_table(const InputChoice& input);
 
 // The same for a command that needs a usable table. Null, told, when it is none. When the load ended early, that is
