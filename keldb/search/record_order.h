@@ -2,18 +2,7 @@
 //
 // Both comparisons read the process-wide sort state, which keldb::sortPrepare loads; whoever sorts prepares first and
 // lets no other sort in between. They give a negative, zero or positive number and are strict weak orders over any
-// records, of any field counts.
-//
-// Ascending, tuned to logs: records that are blank all over come last; then key by key, leading white space skipped: an
-// empty value stands after any other and ends the comparison (two empty ones are equal, later keys are not looked at);
-// a timecode key compares its first 8 bytes and what follows byte 8, the separator before the frames, ignoring case;
-// any other key compares
-//     from byte `offset` on, ignoring case, for an offset above 0 or with the plain flag (beyond the end: nothing
-//     left); its last -offset bytes, ignoring case, for an offset below 0 (the whole value when it is shorter); as
-//     strxcmp does, for offset 0.
-// With the plain flag a negative offset compares the whole value.
-//
-// Descending: the values as they stand, ignoring case, negated.
+// records, of any field counts. The rules are those of keldb/table/odb_base.h, Sorting.
 #ifndef KELDB_SEARCH_RECORD_ORDER_H
 #define KELDB_SEARCH_RECORD_ORDER_H
 

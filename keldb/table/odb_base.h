@@ -78,17 +78,25 @@ public:
     virtual void set_filename(WString name) = 0;
     virtual WString get_filename() = 0;
 
-    // --- Sorting: the two orders are described in keldb/search/record_order.h ---
+    // --- Sorting ---
+    //
+    // Ascending, tuned to logs: records that are blank all over come last; then key by key, leading white space
+    // skipped: an empty value stands after any other and ends the comparison (two empty ones are equal, later keys are
+    // not looked at); the last key of type timecode compares its first 8 bytes and what follows byte 8, the separator
+    // before the frames, ignoring case; any other key compares
+    //     from byte `offset` on, ignoring case, for an offset above 0 or with `plain` (beyond the end: nothing left);
+    //     its last -offset bytes, ignoring case, for an offset below 0 (the whole value when it is shorter);
+    //     numbers inside texts by value ("take 2" before "take 10"), ignoring case, for offset 0.
+    // With `plain` other than 0 a negative offset compares the whole value.
+    //
+    // Descending: the values as they stand, ignoring case, the other way round.
 
     virtual void set_sortfield(int field) = 0;  // sorts by this field alone
     // The fields to sort by, ended by a negative entry. The array stays the caller's, must live while sorts use it, and
     // is written to: an entry that names no field becomes -1.
     virtual void set_sortfields(int* fields) = 0;
-    // Where comparisons of the ascending order begin in a value: above 0 from that byte on, below 0 with that many
-    // bytes before the end.
     virtual void set_sort_offset(int offset) = 0;
-    // Sorts the records, ascending for a direction of 0 or above, descending below. With `plain` other than 0 the
-    // ascending order ignores case and nothing else: no numbers inside texts. View: its own entries only.
+    // Sorts the records, ascending for a direction of 0 or above, descending below. View: its own entries only.
     virtual void sort(int direction, int plain) = 0;
 
     // --- Tags: low 8 bits, 0 is untagged. View: its own tags, 0 or 1 ---
@@ -156,7 +164,7 @@ public:
     // is its row: the visible one while tagged records only are shown, and for an identifier that stands twice not
     // always the first. -1 when there is none. View: a row of its base, the whole value.
     virtual int findFirst(const char* field, const char* value, int length) = 0;
-    // Loads the process-wide sort state (keldb/search/record_order.h) from the table; ends its key list at the first
+    // Loads the process-wide sort state from the table; ends its key list at the first
     // entry that names no field.
     virtual void sortPrepare(int direction, int plain) = 0;
     // 1 when the row matches the query, 0 when not, -1 when there is no such row or no query.
