@@ -145,7 +145,8 @@ public:
     // case; other tags stay. How many it tagged.
     int tagDuplicatesOrdered(int field);
     // In any order: tags all but one entry of each value and untags every other. The field becomes the table's sort
-    // field. How many it tagged.
+    // field, and entries are compared with their neighbours in that order: of values that it holds equal although they
+    // differ (two forms of a timecode), equal ones may stay apart. How many it tagged.
     int tagDuplicates(int field);
     ODBViewRep* newTagSubview();            // a subview of the tagged entries, untagged, count 0; null without a table
     void tagBaseFromTags();                 // the base's tags, 1 or 0, from this view's

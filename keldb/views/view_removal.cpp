@@ -4,6 +4,7 @@
 // go in one deletion. Else they go run by run, with the announcements of each: a run is a longest sequence of
 // neighbouring chosen entries whose base rows go up by one. Meanwhile a pending view, which listens last, keeps track
 // of those still to go: its entries follow deletions, and where listeners moved rows by other means, the records tell.
+// Only a listener that moves rows and then deletes some, in one call, can make chosen entries stay.
 
 #include <algorithm>
 #include <limits>
