@@ -106,7 +106,7 @@ TEST(TaggedDeletion, EndsWithTheLastRunAndWhenTaggedRecordsAreShownAlone) {
     };
     for (const auto& [act, deleted, left] : kListeners) {
         keldb table = table_of("n:a | *a | b | *c");
-        const auto guard = listen(table, kel::records_deleted_type(), [&](auto&) { act(table); });
+        const auto guard = listen(table, kel::records_deleted_type(), [&, act = act](auto&) { act(table); });
         EXPECT_EQ(table.delete_tagged_records(), deleted);
         EXPECT_EQ(text_of(table), left);
     }
