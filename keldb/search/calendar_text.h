@@ -2,13 +2,17 @@
 #ifndef KELDB_SEARCH_CALENDAR_TEXT_H
 #define KELDB_SEARCH_CALENDAR_TEXT_H
 
-#include "keldb/support/string.h"
+#include <array>
+#include <string_view>
 
 namespace kel {
 
+using CalendarBuffer = std::array<char, 64>;
+
 // Seconds since 1 January 1970 (UTC) as the C library's ctime writes that instant in local time, whatever the locale:
 // "Thu Jan  1 01:00:00 1970\n", 24 characters and a line feed. The time zone is the process's (TZ) at the call.
-String calendar_text(unsigned seconds);
+// The text lies in `buffer`.
+std::string_view calendar_text(unsigned seconds, CalendarBuffer& buffer) noexcept;
 
 }  // namespace kel
 

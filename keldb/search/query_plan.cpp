@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "keldb/fields/well_known_fields.h"
-#include "keldb/search/calendar_text.h"
-#include "keldb/support/conversions.h"
+#include "keldb/support/ascii.h"
 #include "keldb/support/timecode.h"
 
 namespace kel {
@@ -22,14 +21,23 @@ unsigned search_flags(DBFieldTypes::eType type, unsigned word_only) noexcept {
     return (word_only != 0 ? TextSearch::kWholeWords : 0U) | (timecode ? TextSearch::kTimecode : 0U);
 }
 
-std::string_view searched_text(std::string_view value, DBFieldTypes::eType type, String& storage) {
-    if (type == DBFieldTypes::dos_date)
-        storage = calendar_text(UIntFromString(String(value), 0));
-    else if (type == DBFieldTypes::timecode_s)
-        storage = time_def(String(value), time_def::kLabelKind).get_punctuated_str();
-    else
-        return value;
-    return storage;
+namespace {
+
+// 10:00:00;05 and the like; the value itself when it is no timecode.
+std::string_view punctuated(std::string_view value, CalendarBuffer& buffer) noexcept {
+    const std::string_view text = skip_trailing_space(skip_leading_space(value));
+    if (text.size() > String::kInline) return value;  // longer than any timecode; and shorter ones need no memory
+    const time_def code(String(text), time_def::kLabelKind);
+    if (!code.valid()) return value;
+    const String form = code.get_punctuated_str();
+    return {buffer.data(), form.view().copy(buffer.data(), buffer.size())};
+}
+
+}  // namespace
+
+std::string_view searched_text(std::string_view value, DBFieldTypes::eType type, CalendarBuffer& buffer) noexcept {
+    if (type == DBFieldTypes::dos_date) return calendar_text(read_unsigned(value, 0), buffer);
+    return type == DBFieldTypes::timecode_s ? punctuated(value, buffer) : value;
 }
 
 QueryPlan::QueryPlan(const Query& query, const FieldLayout& layout) : version_(layout.version()) {
@@ -58,21 +66,21 @@ bool QueryPlan::in_pair_of(unsigned field, const String& wanted, const FieldLayo
     return !range_pair_of(layout.name(field)) || holds(range_test(wanted, field, layout), record);
 }
 
-bool QueryPlan::holds(const Test& test, const dbrecord& record) {
+bool QueryPlan::holds(const Test& test, const dbrecord& record) noexcept {
     if (test.kind == Test::nothing) return false;
     if (test.kind == Test::range) {
         const auto end = test.end < 0 ? std::string_view() : record.field_text(static_cast<unsigned>(test.end));
         return in_range(test.wanted, record.field_text(static_cast<unsigned>(test.start)), end);
     }
-    String storage;
-    return test.needle.found_in(searched_text(record.field_text(test.field), test.type, storage));
+    CalendarBuffer buffer;
+    return test.needle.found_in(searched_text(record.field_text(test.field), test.type, buffer));
 }
 
-bool QueryPlan::matches(const dbrecord& record) const {
+bool QueryPlan::matches(const dbrecord& record) const noexcept {
     return std::all_of(tests_.begin(), tests_.end(), [&](const Test& test) { return holds(test, record); });
 }
 
-bool QueryPlan::matches_field(const dbrecord& record, unsigned field) const {
+bool QueryPlan::matches_field(const dbrecord& record, unsigned field) const noexcept {
     return std::all_of(tests_.begin(), tests_.end(),
                        [&](const Test& test) { return test.field != field || holds(test, record); });
 }

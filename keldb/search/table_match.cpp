@@ -53,7 +53,7 @@ bool keldb::found_in_special_label_field(const dbrecord* record, int field) cons
 bool keldb::matchField(const dbrecord* record, unsigned short field, const TextSearch::Criteria& criteria) const {
     if (!record || field >= layout_.size()) return false;
     const DBFieldTypes::eType type = layout_.type(field);
-    String storage;
-    const std::string_view text = kel::searched_text(record->field_text(field), type, storage);
+    kel::CalendarBuffer buffer;
+    const std::string_view text = kel::searched_text(record->field_text(field), type, buffer);
     return TextSearch::match(String(text), criteria, kel::search_flags(type, query_.word_only()));
 }

@@ -108,6 +108,14 @@ bool too_large(std::string_view number, int base, char exponent_mark, int steps)
 
 }  // namespace
 
+unsigned read_unsigned(std::string_view text, unsigned fallback) noexcept {
+    const std::string_view number = skip_trailing_space(skip_leading_space(text));
+    const char* end = number.data() + number.size();
+    unsigned value = 0;
+    const auto read = std::from_chars(number.data(), end, value);
+    return read.ec == std::errc() && read.ptr == end ? value : fallback;
+}
+
 int read_int(std::string_view text) noexcept {
     text = skip_leading_space(text);
     const bool minus = take_sign(text);

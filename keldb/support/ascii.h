@@ -52,6 +52,10 @@ KELDB_API std::string_view skip_trailing_space(std::string_view text) noexcept;
 KELDB_API int read_int(std::string_view text) noexcept;
 KELDB_API double read_double(std::string_view text) noexcept;
 
+// The unsigned decimal number that the whole text is, but for white space around it; `fallback` for any other text and
+// for a number above the unsigned 32-bit range.
+KELDB_API unsigned read_unsigned(std::string_view text, unsigned fallback) noexcept;
+
 }  // namespace kel
 
 #endif

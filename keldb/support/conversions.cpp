@@ -1,7 +1,6 @@
 #include "keldb/support/conversions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
 
 #include "keldb/support/ascii.h"
@@ -12,13 +11,7 @@ String StringFromInteger(int value) {
     return text;
 }
 
-unsigned UIntFromString(const String& text, unsigned fallback) {
-    const std::string_view number = kel::skip_trailing_space(kel::skip_leading_space(text));
-    const char* end = number.data() + number.size();
-    unsigned value = 0;
-    const auto read = std::from_chars(number.data(), end, value);
-    return read.ec == std::errc() && read.ptr == end ? value : fallback;
-}
+unsigned UIntFromString(const String& text, unsigned fallback) { return kel::read_unsigned(text, fallback); }
 
 void toLower(String& text) {
     const std::string_view old = text;

@@ -28,16 +28,17 @@ int ODBViewRep::countTags() const {
 
 int ODBViewRep::tagMatches(int keep) {
     if (!db()) return 0;
-    int matches = 0;
+    std::vector<bool> matches(entry_count());  // all before the first tag changes: asking may run out of memory
+    std::transform(index_.begin(), index_.end(), matches.begin(), [base = db()](const ODBRecRef& entry) {
+        return base->match_record(static_cast<int>(entry.row)) == 1;
+    });
     for (int position = 0; position < size(); ++position) {
-        if (db()->match_record(static_cast<int>(index_[position].row)) == 1) {
+        if (matches[static_cast<std::size_t>(position)])
             set_tag(static_cast<unsigned>(position), 1);
-            ++matches;
-        } else if (keep == 0) {
+        else if (keep == 0)
             index_[position].tag = false;
-        }
     }
-    return matches;
+    return static_cast<int>(std::count(matches.begin(), matches.end(), true));
 }
 
 // --- Duplicates ---

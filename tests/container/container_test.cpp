@@ -126,18 +126,6 @@ TEST_F(Container, IsNotValidWithoutAttributesOrIdentities) {
         expect_not_valid(Reader(wide(name), false));
 }
 
-// A cut file keeps every item that stands before the cut, or is not valid.
-TEST_F(Container, AnyCutKeepsTheItemsBeforeIt) {
-    const std::size_t first = kFile.find("\"one\""), second = kFile.find("\"\",\"clip-2\"");
-    for (std::size_t length = 0; length < kFile.size(); ++length) {
-        const Reader reader = reader_of(kFile.substr(0, length));
-        ASSERT_TRUE(reader.valid() || length < first);
-        if (!reader.valid()) expect_not_valid(reader);
-        ASSERT_LE(reader.getNumItems(), length <= first ? 0U : length <= second ? 1U : 2U);
-        ASSERT_TRUE(length < second || items(reader).starts_with("clip-1:one,10")) << items(reader);
-    }
-}
-
 TEST(ContainerName, StandsForAnIdentity) {
     const std::pair<const wchar_t*, const char*> kNames[] = {
         // clang-format off

@@ -4,6 +4,9 @@
 //
 // A program has foreign listeners or none, by its first byte; with them the library announces deletion by deletion,
 // without them it deletes all at once, and the twin always goes step by step: both ways are held to the same results.
+//
+// Without them memory also runs out now and then, somewhere in an operation: then all that can be seen must be as
+// before it, and it is done again.
 #ifndef KELDB_TESTS_MODEL_DRIVER_H
 #define KELDB_TESTS_MODEL_DRIVER_H
 
@@ -13,6 +16,7 @@
 #include "keldb/support/cookie.h"
 #include "keldb/views/odb_view.h"
 #include "tests/model/naive_view.h"
+#include "tests/testing/allocation_faults.h"
 #include "tests/testing/texts.h"
 
 namespace model {
@@ -62,6 +66,7 @@ private:
 
 struct Outcome {
     unsigned steps = 0;
+    unsigned out_of_memory = 0;                    // operations that ended so, and were done again
     Text fault;                                    // "" or the step, the operation and what differs
     std::uint64_t digest = 14695981039346656037U;  // of all that was observed
 };
@@ -126,12 +131,29 @@ public:
     // Does one thing to both twins; the results must be the same.
     void both(auto& twin, const auto& act) {
         if constexpr (std::is_void_v<decltype(act(*twin.lib.get()))>) {
-            act(*twin.lib.get());
+            done([&] { return act(*twin.lib.get()), 0; });
             act(*twin.naive);
         } else {
-            const auto result = act(*twin.lib.get());
+            const auto result = done([&] { return act(*twin.lib.get()); });
             same("the result", result, act(*twin.naive));
         }
+    }
+    // What work on the library returns. When and where memory runs out follows from what was seen so far, so that the
+    // bytes of a program mean the same with and without it.
+    auto done(const auto& work) {
+        const std::uint64_t luck = outcome.digest >> 16;
+        if (with_listeners || outcome.steps == 0 || luck % 2 != 0) return work();
+        testing_kit::AllocationFaults faults(static_cast<long>(luck / 4 % 12), luck % 4 == 0);
+        try {
+            return work();
+        } catch (const std::bad_alloc&) {
+            faults.stop();
+        }
+        ++outcome.out_of_memory;
+        const std::uint64_t digest = outcome.digest;
+        check();  // the twin has not done it yet
+        outcome.digest = digest;
+        return work();
     }
     void same(const char* what, long long lib, long long naive) {
         note(static_cast<std::uint64_t>(lib));

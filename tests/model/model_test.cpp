@@ -16,7 +16,7 @@ TEST(ModelOfTablesAndViews, AgreesOnRandomPrograms) {
     const char* const wanted = std::getenv("KELDB_MODEL_STEPS");
     const char* const path = std::getenv("KELDB_MODEL_PROGRAM");
     const long most = wanted ? std::atol(wanted) : 150000;
-    long steps = 0;
+    long steps = 0, out_of_memory = 0;
     unsigned programs = 0;
     std::uint64_t digest = 0;
     for (; steps < most; ++programs) {
@@ -26,8 +26,10 @@ TEST(ModelOfTablesAndViews, AgreesOnRandomPrograms) {
         const model::Outcome outcome = model::run_program(program);
         ASSERT_EQ(outcome.fault, "") << "program " << programs;
         steps += outcome.steps;
+        out_of_memory += outcome.out_of_memory;
         digest = digest * 1099511628211U + outcome.digest;
     }
-    std::cout << "REL model_steps=" << steps << "\nREL model_programs=" << programs << "\nREL model_digest=" << std::hex
-              << digest << std::dec << "\nREL model_operation_kinds=" << model::kinds().size() << std::endl;
+    std::cout << "REL model_steps=" << steps << "\nREL model_out_of_memory=" << out_of_memory
+              << "\nREL model_programs=" << programs << "\nREL model_digest=" << std::hex << digest << std::dec
+              << "\nREL model_operation_kinds=" << model::kinds().size() << std::endl;
 }

@@ -1,4 +1,5 @@
-// The library goes with the last that uses it, and the next load reads the environment anew.
+// What loading the library does: it reads two settings from the environment. It goes with the last that uses it, and
+// the next load reads them anew.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -6,14 +7,19 @@
 
 namespace {
 
-TEST(StartupSettings, AreReadAgainAtTheNextLoad) {
-    for (const char* setting : {"0", "1", "0"}) {
-        ::setenv("KELDB_REMOVE_FIELDNAME_AMPERSANDS", setting, 1);
+TEST(StartupSettings, AreReadAtEachLoad) {
+    const struct {
+        const char *reel, *ampersands;
+        int settings;
+    } kLoads[] = {{"x", "", 11}, {"0", "-1", 1}, {"99999999999", "0", 10}, {"0", "0", 0}, {"1", "1", 11}};
+    for (const auto& load : kLoads) {
+        ::setenv("KELDB_DBV_REEL_FIELD_EDITABLE", load.reel, 1);
+        ::setenv("KELDB_REMOVE_FIELDNAME_AMPERSANDS", load.ampersands, 1);
         void* const plugin = ::dlopen(KELDB_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL);
         ASSERT_TRUE(plugin) << ::dlerror();
-        using Answer = bool (*)();
-        const auto removes_ampersands = reinterpret_cast<Answer>(::dlsym(plugin, "removes_ampersands"));
-        EXPECT_EQ(removes_ampersands && removes_ampersands(), *setting == '1');
+        using Settings = int (*)();
+        const auto settings = reinterpret_cast<Settings>(::dlsym(plugin, "settings"));
+        EXPECT_EQ(settings ? settings() : -1, load.settings) << load.reel << ", " << load.ampersands;
         EXPECT_EQ(::dlclose(plugin), 0);
     }
 }

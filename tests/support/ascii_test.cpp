@@ -28,32 +28,19 @@ TEST(Numbers, ReadAsTheCLocaleReadsThem) {
     ::freelocale(c_locale);
 }
 
-TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
-    for (const std::string& text : odd_texts()) {
-        for (const std::string& other : odd_texts()) {
-            const std::string a = folded(text), b = folded(other);
-            ASSERT_EQ(sign(kel::compare_ignoring_case(text, other)), sign(a.compare(b))) << a << " / " << b;
-            ASSERT_EQ(kel::equal_ignoring_case(text, other), a == b);
-            ASSERT_EQ(kel::starts_ignoring_case(text, other), a.starts_with(b));
-            ASSERT_EQ(kel::ends_ignoring_case(text, other), a.ends_with(b));
-        }
-    }
-}
-
 int natural(const std::string& a, const std::string& b) {
     const auto left = exact_copy(a), right = exact_copy(b);
     return sign(strxcmp({left.get(), a.size()}, {right.get(), b.size()}));
 }
 
-TEST(NaturalOrder, KeepsTheLawsOnAllTriples) {
-    for (const std::string& a : odd_texts()) {
-        for (const std::string& b : odd_texts()) {
-            const int order = natural(a, b);
-            ASSERT_TRUE(order == -natural(b, a) && (order == 0) == (folded(a) == folded(b))) << a << '/' << b;
-            for (const std::string& c : odd_texts()) {
-                const bool kept = order > 0 || natural(b, c) > 0 || natural(a, c) == std::min(order, natural(b, c));
-                ASSERT_TRUE(kept) << a << '/' << b << '/' << c;
-            }
+TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
+    for (const std::string& text : odd_texts()) {
+        for (const std::string& other : odd_texts()) {
+            const std::string a = folded(text), b = folded(other);
+            ASSERT_EQ(sign(kel::compare_ignoring_case(text, other)), sign(a.compare(b))) << a << " / " << b;
+            ASSERT_TRUE(kel::equal_ignoring_case(text, other) == (a == b) && (natural(text, other) == 0) == (a == b));
+            ASSERT_EQ(kel::starts_ignoring_case(text, other), a.starts_with(b));
+            ASSERT_EQ(kel::ends_ignoring_case(text, other), a.ends_with(b));
         }
     }
 }

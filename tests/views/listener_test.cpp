@@ -151,17 +151,6 @@ TEST(ListenersOfADeletion, DoNotChangeWhatWasChosen) {
     }
 }
 
-TEST(ListenersOfADeletion, TheAnnouncingViewLivesUntilItHasAnnounced) {
-    keldb table = lettered_table(4);
-    ODBView view = view_showing(table, "0 1 2 3");
-    int calls = 0;
-    const auto guard = listen(**view, kDeleted, [&](auto&) { ++calls, view = ODBView(); });
-    table.delete_records(0, 3);
-    EXPECT_EQ(calls, 3);
-    EXPECT_FALSE(guard->registered());
-    table.delete_records(0, 1);
-}
-
 TEST(ViewPropagation, TakesAMessageFromElsewhere) {  // number by number, for this view alone
     const char* const kMessages[][3] = {
         {"2 3 ", "0 2 4", "-1 !"}, {"0 2", "2 4", "-0 -0 !"}, {"x 6", "1 3", "-0 -2 !"}};
