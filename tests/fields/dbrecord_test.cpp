@@ -1,19 +1,10 @@
-// One row: its texts however they are held, typed reads and writes at the edge of text, flags, shape, and the labels
-// handed to a configuration block; and the names that the suite's logs share.
+// One row: typed reads and writes at the edge of text, flags, shape, and the labels handed to a configuration block;
+// and the names that the suite's logs share.
 #include "keldb/fields/dbrecord.h"
 #include "keldb/fields/well_known_fields.h"
-#include "tests/fields/field_values_program.h"
 #include "tests/testing/kit.h"
 
 namespace {
-
-TEST(FieldValues, AgreeWithAVectorOfStringsUnderRandomPrograms) {
-    for (unsigned seed = 0; seed < 300; ++seed) {
-        Random random(seed);
-        const std::string bytes = random.bytes(random.below(1500));
-        ASSERT_EQ(FieldValuesProgram(bytes).run(), "") << "seed " << seed;
-    }
-}
 
 TEST(RecordNumbers, AreStoredAsPrintfWritesThem) {
     dbrecord record(3);
