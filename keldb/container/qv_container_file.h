@@ -38,8 +38,9 @@ public:
 
     explicit Writer(DBFieldDesc* fields);  // ended by an entry of type 0
 
-    // Adds an item. An invalid identity gives an item that is not valid and adds nothing; repeats are not looked for.
-    // Without a "Cookie" field items have no identity, and the file is no valid container.
+    // Adds an item. An invalid identity gives an item that is not valid and adds nothing, and neither does a call that
+    // runs out of memory; repeats are not looked for. Without a "Cookie" field items have no identity, and the file is
+    // no valid container.
     Item addItem(const Cookie& id);
 
     void setAttrib(const String& name, const String& value);  // refused like keldb::add_param refuses

@@ -45,9 +45,14 @@ Writer::Writer(DBFieldDesc* fields) : table_(fields), cookie_field_(table_.get_f
 
 Writer::Item Writer::addItem(const Cookie& id) {
     if (!id.valid()) return Item(nullptr);
-    const int row = table_.add_records(1);
-    dbrecord* record = table_.get_record(static_cast<unsigned>(row));
-    if (cookie_field_ >= 0) record->set_field(cookie_field_, id.asString(true).view(), true);
+    const auto row = static_cast<unsigned>(table_.add_records(1));
+    dbrecord* record = table_.get_record(row);
+    try {
+        if (cookie_field_ >= 0) record->set_field(cookie_field_, id.asString(true).view(), true);
+    } catch (...) {
+        table_.delete_records(row, 1);  // needs no memory: nobody listens
+        throw;
+    }
     return Item(record);
 }
 

@@ -40,8 +40,13 @@ private:
 };
 
 void FieldMap::setSourceDb(const ODBView& view) {
-    source_ = view;
-    if (!source_) return;
+    FieldMap map(*this);
+    map.source_ = view;
+    if (view) map.read_source();
+    *this = std::move(map);
+}
+
+void FieldMap::read_source() {
     Appender appender(*this);
     const char* stored = source_->get_param_val(kParameter);
     for (const int number : kel::read_map(stored ? stored : ""))

@@ -31,7 +31,7 @@ public:
 
     // Makes the view the source and reads its parameter kParameter; the entries read are appended to those that are
     // here. Repeats and number 0 are skipped, and reading stops at the first place where no number stands. A map that
-    // is still empty then takes all fields of the view, visible.
+    // is still empty then takes all fields of the view, visible. When memory is out the map is as it was.
     void setSourceDb(const ODBView& view);
     ODBView getSourceDb() const { return source_; }  // null when there is none
 
@@ -69,6 +69,7 @@ private:
     Entry& at(int position) { return entries_[static_cast<std::size_t>(position)]; }
     const Entry& at(int position) const { return entries_[static_cast<std::size_t>(position)]; }
     int getFieldIdx(const String& name) const;  // the first position with that name; -1
+    void read_source();
     const char* field_name(unsigned field) const;
     class Appender;
 

@@ -32,6 +32,13 @@ void AssocList::set(const String& key, const String& text) {
     }
 }
 
+void AssocList::add(const AssocList& other) {
+    AssocList sum(*this);
+    for (const Entry& entry : other.entries_) sum.set(entry.name, entry.text);
+    entries_.resize(sum.size());  // those that are here stay where they are
+    std::move(sum.entries_.begin(), sum.entries_.end(), entries_.begin());
+}
+
 std::size_t AssocList::position(std::string_view key) const noexcept {
     const auto found = std::find_if(entries_.begin(), entries_.end(),
                                     [&](const Entry& e) { return kel::equal_ignoring_case(e.name, key); });

@@ -42,6 +42,7 @@ public:
     AssocListRec operator[](const String& key) { return {*this, key}; }
     const char* find(std::string_view key) const noexcept;  // the text, or null
     void set(const String& key, const String& text);
+    void add(const AssocList& other);  // sets all that stands there; when memory is out nothing is set
     std::size_t size() const noexcept { return entries_.size(); }
     bool empty() const noexcept { return entries_.empty(); }
     void clear() noexcept { entries_.clear(); }

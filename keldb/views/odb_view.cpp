@@ -21,9 +21,11 @@ void intern_revision(AssocList& params) {
     if (!params.find(kel::kRevisionName)) params.set(kel::kRevisionName, kel::kRevisionText);
 }
 
-void add_params(AssocList& params, const keldb& table) {
+AssocList params_of(const keldb& table) {
+    AssocList params;
     for (int i = 0; static_cast<unsigned>(i) < table.get_num_params(); ++i)
         params.set(table.get_nth_param_name(i), table.get_nth_param_val(i));
+    return params;
 }
 
 }  // namespace
@@ -55,7 +57,7 @@ void ODBViewRep::odb(keldb* table) {
     WString name = file_name_;
     if (table) {
         name = table->get_filename();
-        add_params(params, *table);
+        params = params_of(*table);
         intern_revision(params);
     } else if (!baseView()) {
         params = params_;
@@ -78,12 +80,11 @@ void ODBViewRep::baseView(ODBViewRep* view) {
 void ODBViewRep::internRevision() { intern_revision(params_); }
 
 void ODBViewRep::addParamsFrom(ODBViewRep* other) {
-    if (!other || other == this) return;
-    for (const AssocList::Entry& entry : other->params_.entries()) params_.set(entry.name, entry.text);
+    if (other) params_.add(other->params_);
 }
 
 void ODBViewRep::addParamsFrom(const keldb* table) {
-    if (table) add_params(params_, *table);
+    if (table) params_.add(params_of(*table));
 }
 
 void ODBViewRep::fieldSpec(const char* text) { spec_.set(text, *this); }
