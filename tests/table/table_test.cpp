@@ -114,18 +114,21 @@ TEST(TaggedDeletion, EndsWithTheLastRunAndWhenTaggedRecordsAreShownAlone) {
 
 TEST(DerivedTable, ReachesStoredRecordsParametersAndErrors) {
     struct Derived : keldb {
-        using keldb::fill_error_info, keldb::find_param, keldb::get_raw_tag, keldb::index_tags, keldb::read_params;
-        using keldb::keldb;
+        using keldb::fill_error_info, keldb::find_param, keldb::get_raw_record, keldb::get_raw_tag;
+        using keldb::index_tags, keldb::keldb, keldb::read_params;
     };
-    Derived table(std::vector<DBFieldDesc>{{"a", DBFieldTypes::text}});
+    Derived table(std::vector<DBFieldDesc>{{"Cookie", DBFieldTypes::text}});
     table.add_records(3);
+    table.setField(2, 0, "M1");
     table.set_tag(2, 257);
     table.set_show_tags_only(1);
     EXPECT_EQ(table.get_raw_tag(1) * 100 + table.get_raw_tag(2) * 10 + table.get_raw_tag(3), 9);  // 0, 1, -1
-    table.set_tag(0, 0);
-    EXPECT_EQ(table.get_num_records(), 1U);
-    table.index_tags();
-    EXPECT_EQ(table.get_num_records(), 0U);
+    for (const int row : {0, 1}) {
+        EXPECT_EQ(static_cast<int>(table.get_num_records()), row + 1);
+        EXPECT_EQ(table.getRowIndexByID(Cookie("M1", false)), row);
+        table.get_raw_record(0)->set_tag(1);
+        table.index_tags();
+    }
     TextFile file = TextFile::fromBytes("\"keldb:Rev 1\"\n :x\n\"Name: clip\",2\nKeldb,7\nbehind\n");
     dbrecord line(0);
     table.read_params(file, &line);
@@ -187,6 +190,9 @@ TEST(TableCopies, TakeLayoutParametersAndShownRecords) {
     keldb source;
     prepare(source, keys);
     keldb with(source), without(source, 0), by_fields(source, static_cast<DBFieldDesc*>(nullptr));
+    keldb bare;
+    load_bytes(bare, "KELDB:Rev 1\nKELDB\n1\na\nn\n");
+    EXPECT_EQ(keldb(bare).get_changed(), 0);  // the revision is no change
     for (keldb* copy : {&with, &without, &by_fields}) {
         const bool parameters = copy != &by_fields;
         const std::string records = copy == &without ? "" : " | a,09,M2 | c,,M3";
@@ -237,7 +243,9 @@ TEST(TableAssignment, TakesAStaleMapOfIdentifiersAsSuch) {
     target = source;  // which was written to as often as the source when its map was made
     EXPECT_EQ(target.getRowIndexByID(moved) + target.findFirst("cookie", "M2", 0), -2);
     EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 1);
-    target[1] = dbrecord(0);
+    target.setField(0, 0, "M3"), target.setField(1, 0, "M1");
+    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 0);  // not where it stood
+    target[0] = dbrecord(0);
     EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), -1);
 }
 
