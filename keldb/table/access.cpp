@@ -134,11 +134,11 @@ int keldb::set_field(unsigned row, const Cookie& id) {
     dbrecord* record = get_record(row);
     const int field = layout_.find("cookie");
     if (!record || field < 0) return 0;
-    row_ids_.put(id.text(), static_cast<int>(row));
+    const int replaced = row_ids_.put(id.text(), static_cast<int>(row));
     try {
         return record->setField(static_cast<unsigned short>(field), id.asString(false)) ? 1 : 0;
     } catch (...) {
-        row_ids_.clear();  // it must not name a row that does not carry the identifier
+        row_ids_.undo_put(id.text(), replaced);  // it must not name a row that does not carry the identifier
         throw;
     }
 }

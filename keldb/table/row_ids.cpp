@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace kel {
 namespace {
@@ -41,6 +42,22 @@ int RowIds::find(std::string_view id) const noexcept {
     if (slots_.empty()) return -1;
     const std::uint32_t index = slots_[slot_of(id, hash_of(id))];
     return index == kFree ? -1 : entries_[index].row;
+}
+
+int RowIds::put(std::string_view id, int row) {
+    const std::size_t before = entries_.size();
+    int& stored = entry_of(id, row).row;
+    return entries_.size() == before ? std::exchange(stored, row) : -1;
+}
+
+void RowIds::undo_put(std::string_view id, int replaced) noexcept {
+    std::uint32_t& index = slots_[slot_of(id, hash_of(id))];
+    if (replaced >= 0) {
+        entries_[index].row = replaced;
+    } else {
+        index = kFree;  // it went in last: nothing is looked for by way of it
+        entries_.pop_back();
+    }
 }
 
 RowIds::Entry& RowIds::entry_of(std::string_view id, int row) {

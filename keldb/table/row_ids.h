@@ -29,9 +29,10 @@ public:
     void clear() noexcept;
     void reserve(std::size_t count);
 
-    int find(std::string_view id) const noexcept;                            // the row, or -1
-    void put(std::string_view id, int row) { entry_of(id, row).row = row; }  // replaces the row of one that is there
-    void put_first(std::string_view id, int row) { entry_of(id, row); }      // leaves it
+    int find(std::string_view id) const noexcept;                        // the row, or -1
+    int put(std::string_view id, int row);                               // returns the row that this replaces, or -1
+    void undo_put(std::string_view id, int replaced) noexcept;           // of the put just before
+    void put_first(std::string_view id, int row) { entry_of(id, row); }  // leaves the row of one that is there
     bool ok() const noexcept;
 
 private:

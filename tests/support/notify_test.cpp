@@ -91,16 +91,4 @@ TEST(Notifier, RegistrationsEndWithTheirGuardOrTheAnnouncer) {
     EXPECT_TRUE(!guard->registered() && callback->holders() == 1);
 }
 
-TEST(NotifyMessages, NamesAndTokens) {
-    NotifyMsgTypeDictionary& names = NotifyMsgTypeDictionary::instance();
-    const int changed = names.intern("recordsChanged"), deleted = names.intern("recordsDeleted");
-    EXPECT_TRUE(changed > 0 && deleted > 0 && changed != deleted && names.intern("recordsChanged") == changed);
-    const NotifyMsg message(" 3 -1  token_of_more_than_15_bytes ", nullptr);
-    std::string walked;
-    NotifyMsgTokenIterator token(message);
-    for (; *token; ++token) walked += *token + std::string("|");
-    EXPECT_EQ(walked, "3|-1|token_of_more_than_15_bytes|");
-    EXPECT_TRUE(*++token == nullptr);
-}
-
 }  // namespace

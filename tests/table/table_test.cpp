@@ -328,7 +328,12 @@ TEST(RowIds, AgreeWithAMap) {
         const unsigned what = random.below(600);
         if (what == 0) ids.clear(), twin.clear();
         if (what < 9) ids.reserve(random.below(200));
-        if (what % 2 == 0) ids.put(id, row), twin[id] = row;
+        if (what % 2 == 0) {
+            const int replaced = ids.put(id, row);
+            ASSERT_EQ(replaced, twin.contains(id) ? twin[id] : -1);
+            if (what % 4 == 0) ids.undo_put(id, replaced);
+            if (what % 4 == 2) twin[id] = row;
+        }
         if (what % 2 == 1) ids.put_first(id, row), twin.try_emplace(id, row);
         const std::string asked = "M" + std::to_string(random.below(150));
         ASSERT_EQ(ids.find(asked), twin.contains(asked) ? twin[asked] : -1);
