@@ -143,7 +143,8 @@ public:
     auto done(const auto& work) {
         const std::uint64_t luck = outcome.digest >> 16;
         if (with_listeners || outcome.steps == 0 || luck % 2 != 0) return work();
-        testing_kit::AllocationFaults faults(static_cast<long>(luck / 4 % 12), luck % 4 == 0);
+        const std::uint64_t at = luck / 8 % (luck % 4 == 0 ? 64 : 8);
+        testing_kit::AllocationFaults faults(static_cast<long>(at), luck / 4 % 2 == 0);
         try {
             return work();
         } catch (const std::bad_alloc&) {
