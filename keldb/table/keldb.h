@@ -91,7 +91,7 @@ public:
     // how many, -1 and nothing appended when they differ or this table shows tagged records only. Strong.
     int add_keldb(keldb* other);
     // Appends the other table's rows by field name, ignoring case; timecodes change between the stored forms of `t` and
-    // `T` fields; fields without a counterpart stay empty. 0 when no field has a counterpart, else 1.
+    // `T` fields; fields without a counterpart stay empty. 0 when no field has a counterpart, else 1. Record by record.
     int merge_all_matching(keldb* other);
     // Assigns a record to this table's row, as dbrecord::operator= does. Both must exist and have this table's field
     // count; a null record, a missing row or another field count changes nothing.
@@ -144,7 +144,9 @@ public:
     // result is get_valid(). Nothing escapes, not even an allocation failure: the table is not valid then. `flag` has
     // no effect. The report, when one is given, is filled with what the loader saw.
     void loadFromFile(int maxRecords, bool flag, LoadReport* report = nullptr);
-    int load_text(int maxRecords);  // appends the file's records after its first line; returns how many
+    // Append record by record, and return how many: those of the table's file behind its first line; those of the lines
+    // that are still to read, with skipFirst behind the first of them.
+    int load_text(int maxRecords);
     int add_text(TextFile& file, int skipFirst, int maxRecords);
     void save_params(TextFile& file);
     void save_column_header(TextFile& file, bool namesOnly);

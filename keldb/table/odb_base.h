@@ -3,7 +3,9 @@
 // Rows and fields are numbered from 0. A table's rows are its records, or only the visible ones while it shows tagged
 // records only; a view's rows are its entries. Fields are the table's for both. Nothing throws on bad input: an
 // operation that finds no such row or field, or is refused in the current state, gives the neutral result named here
-// and leaves everything unchanged. Only allocation failure raises.
+// and leaves everything unchanged. Only allocation failure raises, and what raised has changed nothing; but what goes
+// record by record may have come to some record: saving, which writes tags into the field "Tag", deletions that
+// somebody listens to, and what says so.
 //
 // Each operation is described once, as a table answers; where a view differs, "View:" says how. A view that stands on
 // nothing (detached) does nothing and gives 0, null, an empty text, or what its own header says.
