@@ -7,6 +7,7 @@
 
 namespace kel {
 
+// Room for any calendar text, and for a timecode in its punctuated form.
 using CalendarBuffer = std::array<char, 64>;
 
 // Seconds since 1 January 1970 (UTC) as the C library's ctime writes that instant in local time, whatever the locale:

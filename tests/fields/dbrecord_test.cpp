@@ -1,5 +1,5 @@
 // One row: typed reads and writes at the edge of text, flags, shape, and the labels handed to a configuration block;
-// and the names that the suite's logs share.
+// and the names of types in files.
 #include "keldb/fields/dbrecord.h"
 #include "keldb/fields/well_known_fields.h"
 #include "tests/testing/kit.h"
@@ -121,7 +121,7 @@ TEST(RecordLabels, AreHandedOverUnderTheirKeys) {
     kel::dbv_reel_field_editable = 1;
 }
 
-TEST(KnownNames, OfTypesWidthsAndRangePairs) {
+TEST(KnownNames, OfTypes) {
     // The name as read, the code (0: none), and the name as written.
     for (const std::string& row :
          pieces("timecode t timecode|timecode_s T timecode_s|text a text|text_s A text_s|time_of_day D time_of_day|"
@@ -133,22 +133,6 @@ TEST(KnownNames, OfTypesWidthsAndRangePairs) {
         EXPECT_TRUE(type == 0 || kel::name_of_type(type) == parts[2].c_str()) << row;
     }
     EXPECT_EQ(kel::type_from_name(nullptr), DBFieldTypes::none);
-    for (const std::string& row :
-         pieces("1 Tag|2 sequence|3 pulldown|4 Mdrive|6 Type|8 Size|9 film duration|10 lab reel|12 Cookie|"
-                "12 end camcode|15 end inkcode|16 Duration|17 start keycode|24 Who|30 Reel Type|32 Name|64 chans|"
-                "100 NOTES|4 Comment|4 Nam|4 Names|4 ")) {
-        EXPECT_EQ(keldb::getMinFieldSize(row.c_str() + row.find(' ') + 1), std::stoul(row)) << row;
-    }
-    EXPECT_EQ(keldb::getMinFieldSize(nullptr), 4U);
-    // Pairs are found by either name, byte for byte.
-    for (const std::string& row :
-         pieces("Start time,End time|snd start,snd end|start 24P code,end 24P code|start keycode,end keycode|"
-                "start camcode,end camcode|start inkcode,end inkcode|START TIME|End time |")) {
-        for (const std::string& name : pieces(row, ',')) {
-            const kel::FieldPair* const pair = kel::range_pair_of(name);
-            EXPECT_EQ(pair ? std::string(pair->start) + ',' + pair->end : name, row);
-        }
-    }
 }
 
 }  // namespace
