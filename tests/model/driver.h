@@ -5,8 +5,9 @@
 // A program has foreign listeners or none, by its first byte; with them the library announces deletion by deletion,
 // without them it deletes all at once, and the twin always goes step by step: both ways are held to the same results.
 //
-// Without them memory also runs out now and then, somewhere in an operation: then all that can be seen must be as
-// before it, and it is done again.
+// Memory runs out now and then, at the first, second, ... allocation of an operation until it is done: each time all
+// that can be seen must be as before it. Only what deletes run by run while somebody listens may stop between two runs;
+// then all must be in order, and the program ends.
 #ifndef KELDB_TESTS_MODEL_DRIVER_H
 #define KELDB_TESTS_MODEL_DRIVER_H
 
@@ -66,7 +67,7 @@ private:
 
 struct Outcome {
     unsigned steps = 0;
-    unsigned out_of_memory = 0;                    // operations that ended so, and were done again
+    unsigned out_of_memory = 0;                    // times that an operation ended so
     Text fault;                                    // "" or the step, the operation and what differs
     std::uint64_t digest = 14695981039346656037U;  // of all that was observed
 };
@@ -82,6 +83,7 @@ struct TableInside : keldb {
 struct Ear : NotifyCallback {
     Ear(Text to, Log& in) : what(std::move(to)), log(in) {}
     int call(const NotifyMsg& message) override {
+        const testing_kit::NoAllocationFaults here;
         log.push_back(what + message.text().c_str() + (message.payload() ? " and more" : ""));
         return 0;
     }
@@ -101,22 +103,23 @@ class Driver {
 public:
     struct Kind {
         Text name;
+        bool by_runs;  // of rows that it deletes, while somebody foreign listens
         std::function<void(Driver&)> run;
     };
 
     explicit Driver(std::string_view program) : bytes(program) {}
     Outcome run(const std::vector<Kind>& kinds) {
-        Text now = "start";
         try {
             start();
             for (check(); !bytes.empty(); check(), ++outcome.steps) {
-                const Kind& kind = kinds[bytes.u8() % kinds.size()];
-                now = kind.name;
+                kind = &kinds[bytes.u8() % kinds.size()];
                 prepare_ground();
-                kind.run(*this);
+                kind->run(*this);
             }
         } catch (const std::runtime_error& divergence) {
+            const Text now = kind ? kind->name : "start";
             outcome.fault = "step " + std::to_string(outcome.steps) + ", " + now + ": " + divergence.what();
+        } catch (const HalfDone&) {
         }
         return outcome;
     }
@@ -138,22 +141,24 @@ public:
             same("the result", result, act(*twin.naive));
         }
     }
-    // What work on the library returns. When and where memory runs out follows from what was seen so far, so that the
-    // bytes of a program mean the same with and without it.
+    // What work on the library returns. Whether memory runs out in it follows from what was seen so far, so that the
+    // bytes of a program mean the same in every build.
     auto done(const auto& work) {
-        const std::uint64_t luck = outcome.digest >> 16;
-        if (with_listeners || outcome.steps == 0 || luck % 2 != 0) return work();
-        const std::uint64_t at = luck / 8 % (luck % 4 == 0 ? 64 : 8);
-        testing_kit::AllocationFaults faults(static_cast<long>(at), luck / 4 % 2 == 0);
-        try {
-            return work();
-        } catch (const std::bad_alloc&) {
-            faults.stop();
+        const std::uint64_t luck = outcome.steps == 0 ? 1 : outcome.digest >> 16;
+        const bool may_stop = kind && kind->by_runs && with_listeners;
+        if (may_stop && luck % 32 == 0) end_with(work, luck / 32);
+        for (long at = 0; !may_stop && luck % 8 == 0; ++at) {
+            testing_kit::AllocationFaults faults(at, luck / 8 % 2 == 0);
+            try {
+                return work();
+            } catch (const std::bad_alloc&) {
+                faults.stop();
+            }
+            ++outcome.out_of_memory;
+            const std::uint64_t digest = outcome.digest;
+            check();  // the twin has not done it yet
+            outcome.digest = digest;
         }
-        ++outcome.out_of_memory;
-        const std::uint64_t digest = outcome.digest;
-        check();  // the twin has not done it yet
-        outcome.digest = digest;
         return work();
     }
     void same(const char* what, long long lib, long long naive) {
@@ -195,6 +200,7 @@ public:
     }
 
 private:
+    struct HalfDone {};
     static constexpr unsigned kMostRows = 200;
     static constexpr std::size_t kMostHandles = 6;
 
@@ -202,6 +208,17 @@ private:
         std::ostringstream text;
         text << what << " is " << lib << ", model " << naive;
         throw std::runtime_error(text.str());
+    }
+    [[noreturn]] void end_with(const auto& work, std::uint64_t luck) {
+        try {
+            const testing_kit::AllocationFaults faults(static_cast<long>(luck / 2 % 16), luck % 2 == 0);
+            work();
+        } catch (const std::bad_alloc&) {
+            ++outcome.out_of_memory;
+        }
+        for (const TableTwin& t : tables) same("ok", t.lib->ok(), true);
+        for (const auto& [lib, view] : views) same("ok", view.expired() || lib->ok(), true);
+        throw HalfDone();
     }
     void note(std::uint64_t number) { outcome.digest = (outcome.digest ^ number) * 1099511628211U; }  // FNV-1a
 
@@ -308,17 +325,20 @@ private:
         }
         check_cells(lib, naive);
     }
-    void check_cells(auto& lib, const NaiveBase& naive) {  // those of one visible row
+    void check_cells(auto& lib, const NaiveBase& naive) {  // those of one visible row, or of none
         same("ok", lib.ok(), true);
         same("the row count", lib.get_num_records(), naive.size());
-        if (naive.size() == 0) return;
-        const unsigned row = static_cast<unsigned>(outcome.digest >> 32) % naive.size();
+        const auto luck = static_cast<unsigned>(outcome.digest >> 32);
+        const unsigned row = luck % 16 == 0 ? luck | 1U << 31 : luck % (naive.size() + 1);
         const RowPtr wanted = naive.record(row);
         same("a record", lib.get_record(row) != nullptr, wanted != nullptr);
-        for (unsigned field = 0; wanted && field <= wanted->values.size(); ++field)
+        const unsigned fields = wanted ? static_cast<unsigned>(wanted->values.size()) : 0;
+        for (unsigned field = 0; field <= fields; ++field)
             same("getField", lib.getField(row, field).view(), value_of(wanted, static_cast<int>(field)));
+        same("getField outside", lib.getField(row, 65536).view(), "");
     }
 
+    const Kind* kind = nullptr;  // what runs now
     bool with_listeners = false;
     Log heard, expected;
     Outcome outcome;

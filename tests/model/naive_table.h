@@ -239,12 +239,25 @@ public:
         const Numbers chosen = rows_where([this](unsigned i) { return get_tag(i) == 1; });
         return show != 0 ? -1 : in_runs(chosen, [this](unsigned at, unsigned n) { delete_records(at, n); });
     }
-    int add_keldb(const NaiveTable& other) {
+    int add_keldb(const NaiveTable* other) {
         const auto same = [](const Field& a, const Field& b) { return a.name == b.name && a.type == b.type; };
-        if (show != 0 || !std::ranges::equal(fields, other.fields, same)) return -1;
-        const std::vector<RowPtr> theirs = other.rows;
+        if (show != 0 || !std::ranges::equal(fields, other->fields, same)) return -1;
+        const std::vector<RowPtr> theirs = other->rows;
         for (const RowPtr& row : theirs) rows.push_back(std::make_shared<Row>(row->values));
         return static_cast<int>(theirs.size());
+    }
+    NaiveTable& operator=(const NaiveTable& other) {
+        if (this == &other) return *this;
+        static_cast<Data&>(*this) = other;
+        show = other.show;
+        std::map<RowPtr, RowPtr> copies;
+        for (RowPtr& row : rows) {
+            row = copies[row] = std::make_shared<Row>(*row);
+            row->twin = nullptr;
+        }
+        shown_ = other.shown_;
+        for (RowPtr& row : shown_) row = copies[row];
+        return *this;
     }
     bool setField(unsigned row, unsigned field, const String& text) {
         return store(record(row), field, Text(text.view()), false);

@@ -61,6 +61,18 @@ public:
         remove(0, as_int(size()));
         displayRecordsAt(0, as_int(base()->size()), 0);
     }
+    void setupViewTagsFromKeldbTagField() {
+        const int tag = data_->get_fieldnum("Tag");
+        show_all_tagged(
+            [&](const Entry& entry) { return kel::read_int(value_of(base()->record(entry.row), tag)) != 0; });
+    }
+    void displayAllRecordsWithBaseTagStatus() {
+        show_all_tagged([&](const Entry& entry) { return base()->get_tag(entry.row) != 0; });
+    }
+    void show_all_tagged(const auto& tagged) {
+        displayAllRecords();
+        for (Entry& entry : entries) entry.tag = data_->get_fieldnum("Tag") >= 0 && tagged(entry);
+    }
     void displayTaggedRecordsAt(int position) {
         const Numbers rows = base()->tagged();
         entries.insert(entries.begin() + clamped(position), rows.begin(), rows.end());

@@ -42,6 +42,7 @@ struct Args {
 using A = const Args&;
 
 struct Operations {
+    static constexpr bool kByRuns = true;
     std::vector<Driver::Kind> kinds;
 
     static void run(Driver& d, auto& twin, const auto& act) {
@@ -50,21 +51,32 @@ struct Operations {
         const Args args{ByteSource(noise), *naive.table(), static_cast<int>(naive.size())};
         d.both(twin, [&](auto& x) { return act(x, args); });
     }
-    void special(const Text& name, const auto& act) { kinds.push_back({name, act}); }
-    void table(const Text& name, const auto& act) {
-        special("table." + name, [=](Driver& d) { run(d, d.table(), act); });
+    void special(const Text& name, const auto& act, bool by_runs = false) { kinds.push_back({name, by_runs, act}); }
+    void table(const Text& name, const auto& act, bool by_runs = false) {
+        special(
+            "table." + name, [=](Driver& d) { run(d, d.table(), act); }, by_runs);
     }
-    void view(const Text& name, const auto& act) {
-        special("view." + name, [=](Driver& d) { run(d, d.view(), act); });
+    void view(const Text& name, const auto& act, bool by_runs = false) {
+        special(
+            "view." + name, [=](Driver& d) { run(d, d.view(), act); }, by_runs);
     }
-    void both(const Text& name, const auto& act) {
-        table(name, act);
-        view(name, act);
+    void both(const Text& name, const auto& act, bool by_runs = false) {
+        table(name, act, by_runs);
+        view(name, act, by_runs);
+    }
+    void of_two_tables(const Text& name, const auto& act) {
+        special(name, [=](Driver& d) {
+            const TableTwin &t = d.table(), &from = d.table();
+            const int result = d.done([&] { return act(*t.lib, *from.lib); });
+            d.same("the result", result, act(*t.naive, *from.naive));
+        });
     }
     Operations() {
         both("add_records", [](auto& t, A a) { return t.add_records(a.count); });
         both("insert_records", [](auto& t, A a) { t.insert_records(a.row, a.few); });
-        both("delete_records", [](auto& t, A a) { t.delete_records(a.row, a.many); });
+        table("delete_records", [](auto& t, A a) { t.delete_records(a.row, a.many); });
+        view(
+            "delete_records", [](auto& t, A a) { t.delete_records(a.row, a.many); }, kByRuns);
         both("set_field text", [](auto& t, A a) { return t.set_field(a.row, a.field, a.text.c_str()); });
         both("set_field int", [](auto& t, A a) { return t.set_field(a.row, a.field, a.number); });
         both("set_field double", [](auto& t, A a) { return t.set_field(a.row, a.field, a.real); });
@@ -86,7 +98,8 @@ struct Operations {
         table("set_fieldtype", [](auto& t, A a) { return t.set_fieldtype(a.field, a.type); });
         both("set_sortfield", [](auto& t, A a) { t.set_sortfield(a.key); });
         both("set_sort_offset", [](auto& t, A a) { t.set_sort_offset(a.flag ? a.number : -a.number); });
-        both("delete_tagged_records", [](auto& t, A) { return t.delete_tagged_records(); });
+        both(
+            "delete_tagged_records", [](auto& t, A) { return t.delete_tagged_records(); }, kByRuns);
         table("set_show_tags_only", [](auto& t, A a) { t.set_show_tags_only(a.flag); });
         both("set_query", [](auto& t, A a) { t.set_query(a.query().get()); });
         both("tag_matching_records", [](auto& t, A a) { return t.tag_matching_records(a.flag); });
@@ -106,10 +119,14 @@ struct Operations {
         view("find", [](auto& t, A a) { return t.find(t[a.at]); });
         view("match_record", [](auto& t, A a) { return t.match_record(a.at); });
         view("remove", [](auto& t, A a) { t.remove(a.at, a.count); });
-        view("removeRecordsFromBaseView", [](auto& t, A a) { t.removeRecordsFromBaseView(a.at, a.count); });
-        view("removeTagged", [](auto& t, A) { return t.removeTagged(); });
-        view("removeNonTagged", [](auto& t, A) { return t.removeNonTagged(); });
-        view("deleteTagged", [](auto& t, A) { return t.deleteTagged(); });
+        view(
+            "removeRecordsFromBaseView", [](auto& t, A a) { t.removeRecordsFromBaseView(a.at, a.count); }, kByRuns);
+        view(
+            "removeTagged", [](auto& t, A) { return t.removeTagged(); }, kByRuns);
+        view(
+            "removeNonTagged", [](auto& t, A) { return t.removeNonTagged(); }, kByRuns);
+        view(
+            "deleteTagged", [](auto& t, A) { return t.deleteTagged(); }, kByRuns);
         view("tagMatches", [](auto& t, A a) { return t.tagMatches(a.flag); });
         view("tagDuplicates", [](auto& t, A a) { return t.tagDuplicates(a.key); });
         view("tagDuplicatesOrdered", [](auto& t, A a) { return t.tagDuplicatesOrdered(a.key); });
@@ -143,11 +160,14 @@ struct Operations {
             const int shown = d.done([&] { return v.lib->displayAllFromAt(from.lib, at); });
             d.same("the result", shown, v.naive->displayAllFromAt(*from.naive, at));
         });
-        special("table.add_keldb", [](Driver& d) {
-            const TableTwin &t = d.table(), &from = d.table();
-            const int added = d.done([&] { return t.lib->add_keldb(from.lib.get()); });
-            d.same("the result", added, t.naive->add_keldb(*from.naive));
+        of_two_tables("table.add_keldb", [](auto& t, auto& from) { return t.add_keldb(&from); });
+        // Saved programs know kinds by their places: new ones stand behind all others.
+        of_two_tables("table.operator=", [](auto& t, auto& from) {
+            t = from;
+            return 0;
         });
+        view("setupViewTags", [](auto& t, A) { t.setupViewTagsFromKeldbTagField(); });
+        view("displayAllWithBaseTags", [](auto& t, A) { t.displayAllRecordsWithBaseTagStatus(); });
     }
 };
 

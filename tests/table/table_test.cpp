@@ -31,8 +31,8 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
     EXPECT_EQ(table.set_fieldtype(99, DBFieldTypes::none), 0);  // an error all the same
     EXPECT_EQ(table.read_error_info(error) + table.read_error_info(error) + table.is_error(), 3);
     EXPECT_TRUE(error.kind == 2 && error.index == 3 && error.extra1 == 0 && error.extra2 == 0);
-    EXPECT_EQ(table.set_fieldtype(1, DBFieldTypes::none), 1);
-    EXPECT_EQ(table.get_field_type(1), DBFieldTypes::text);
+    EXPECT_EQ(table.set_fieldtype(1, DBFieldTypes::none) + table.set_fieldname(0, nullptr), 2);
+    EXPECT_EQ(text_of(table), ":a tc:a | ,");
     table.set_tag(0, 1);
     table.set_show_tags_only(1);
     table.free();
@@ -47,15 +47,6 @@ TEST(TableFields, TakeAtMostWhatARecordCounts) {
     table.add_records(1);
     EXPECT_EQ(table.addField({"one more", DBFieldTypes::text}), 65535);
     EXPECT_TRUE(table.get_num_fields() == 65535U && table.ok());
-}
-
-TEST(TableFields, LoseAmpersandsUnlessTheSettingSaysOtherwise) {
-    for (const int setting : {0, 1}) {
-        kel::remove_fieldname_ampersands = setting;
-        keldb table = table_of("a:a b:a");
-        EXPECT_EQ(table.set_fieldname(0, nullptr) + table.set_fieldname(1, "&Sound & Vision"), 2);
-        EXPECT_EQ(text_of(table), setting == 0 ? ":a &Sound~&~Vision:a" : ":a Sound~~Vision:a");
-    }
 }
 
 TEST(TableTags, ShownAloneKnowTheirNumbers) {
@@ -170,97 +161,62 @@ TEST(TableUpdates, AnnounceTheIdentifiersOfTheOutermostBracket) {
     EXPECT_FALSE(table.update(&block, -1) || table.update(&block, 4) || table.update(nullptr, 0));
 }
 
-// --- Copies and assignment: of a source with all that a copy must leave behind ---
+// --- Copies and assignment ---
 
-void prepare(keldb& source, int* keys) {
-    source = table_of("Name:a Start~time:t Cookie:a | b,10,M1 | *a,09,M2 | *c,,M3");
-    source.add_param("Name", "clip");
-    source.add_param("keldb", "Rev 9");
-    source.set_filename(L"/nowhere");
-    source.set_fieldtype(99, DBFieldTypes::none);
-    source.set_sortfields(keys);
-    source.set_sort_offset(3);
-    source.set_query(source.get_record(0));
-    source[0].set_changed(1);
-    source.set_show_tags_only(1);
+// With its parameters but the first; the flags valid, error, changed and tags-only; the match of the first record
+// with the query; and the file name.
+std::string described(keldb& table) {
+    std::string text = text_of(table) + ';';
+    for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
+        text += std::string(" ") + table.get_nth_param_name(i) + '=' + table.get_nth_param_val(i);
+    for (const int number :
+         {table.get_valid(), table.is_error(), table.get_changed(), table.get_show_tags_only(), table.match_record(0)})
+        text += ' ' + std::to_string(number);
+    EXPECT_TRUE(table.ok());
+    return text + toUTF8(table.get_filename()).c_str();
 }
 
-TEST(TableCopies, TakeLayoutParametersAndShownRecords) {
-    int keys[] = {1, -1};
-    keldb source;
-    prepare(source, keys);
-    keldb with(source), without(source, 0), by_fields(source, static_cast<DBFieldDesc*>(nullptr));
-    keldb bare;
-    load_bytes(bare, "KELDB:Rev 1\nKELDB\n1\na\nn\n");
-    EXPECT_EQ(keldb(bare).get_changed(), 0);  // the revision is no change
-    for (keldb* copy : {&with, &without, &by_fields}) {
-        const bool parameters = copy != &by_fields;
-        const std::string records = copy == &without ? "" : " | a,09,M2 | c,,M3";
-        EXPECT_EQ(text_of(*copy), "Name:a Start~time:t Cookie:a" + records);
-        EXPECT_EQ(copy->get_num_params(), parameters ? 2U : 0U);
-        EXPECT_STREQ(copy->get_param_val("KELDB"), parameters ? "Rev 1" : nullptr);
-        EXPECT_EQ(copy->get_changed(), parameters ? 1 : 0);
-        EXPECT_TRUE(copy->get_valid() == 1 && copy->get_filename().empty() && copy->ok());
-        EXPECT_EQ(copy->is_error() + copy->get_show_tags_only() + copy->getSortFieldIdx(), 0);
-        EXPECT_EQ(copy->match_record(0), -1);  // no query
-        copy->sortPrepare(1, 0);
-        EXPECT_EQ(kel::sort_state().offset + kel::sort_state().keys[0], 0);
-    }
-}
-
-TEST(TableAssignment, TakesEverythingAndSharesNothingButTheCallersKeys) {
-    int keys[] = {2, -1};
+TEST(TableCopies, TakeWhatEachPromises) {
+    int keys[] = {0, -1};
     keldb target = table_of("x:a | 1");
     Announcements kept(target);
     {
-        keldb source;
-        prepare(source, keys);
+        keldb source = table_of("Name:a Start~time:t | b,10 | *a,09 | *c,");
+        source.add_param("Name", "clip");
+        source.add_param("keldb", "Rev 9");
+        source.set_filename(L" /log");
+        source.set_fieldtype(99, DBFieldTypes::none);
+        source.set_sortfields(keys);
+        source.set_sort_offset(3);
+        source.set_query(source.get_record(0));
+        source[0].set_changed(1);
+        source.set_show_tags_only(1);
         source.beginUpdate();
         source.addToUpdate(Cookie("M1", false));
         Announcements not_copied(source);
         target = source;
+        keldb with(source), without(source, 0), by_fields(source, static_cast<DBFieldDesc*>(nullptr));
         source.set_field(0, 0, "changed later");
         source.set_fieldname(0, "changed too");
+        EXPECT_EQ(described(with), "Name:a Start~time:t | a,09 | c,; KELDB=Rev 1 Name=clip 1 0 1 0 -1");
+        EXPECT_EQ(described(without), "Name:a Start~time:t; KELDB=Rev 1 Name=clip 1 0 1 0 -1");
+        EXPECT_EQ(described(by_fields), "Name:a Start~time:t | a,09 | c,; 1 0 0 0 -1");
+        with.sortPrepare(1, 0);
+        EXPECT_EQ(kel::sort_state().offset + kel::sort_state().keys[0], 0);
     }
-    EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *a,09,M2 | *c,,M3");
-    EXPECT_STREQ(target.get_param_val("KELDB"), "Rev 9");
-    EXPECT_TRUE(target.get_filename() == WString(L"/nowhere") && target.match_record(0) == 0);
-    EXPECT_EQ(target.is_error() + target.get_changed() + target.getRowIndexByID(Cookie("M3", false)), 3);
+    EXPECT_EQ(described(target), "Name:a Start~time:t | *a,09 | *c,; KELDB=Rev 9 Name=clip 1 1 1 1 0 /log");
     target.endUpdate();
     EXPECT_EQ(kept.take(), "!M1");
     target.set_show_tags_only(0);
     EXPECT_TRUE(target[0].get_changed() && !target[1].get_changed());
-    target.sort(-1, 0);  // by the caller's list
-    EXPECT_EQ(text_of(target), "Name:a Start~time:t Cookie:a | *c,,M3 | *a,09,M2 | b,10,M1");
-    EXPECT_TRUE(target.ok());
-}
-
-TEST(TableAssignment, TakesAStaleMapOfIdentifiersAsSuch) {
-    const Cookie moved("M2", false);
-    keldb source = table_of("Cookie:a | M1 | M2"), target = table_of("Cookie:a | M1 | M2");
-    EXPECT_EQ(source.getRowIndexByID(moved), 1);
-    source.setField(1, 0, "M3");
-    target = source;  // which was written to as often as the source when its map was made
-    EXPECT_EQ(target.getRowIndexByID(moved) + target.findFirst("cookie", "M2", 0), -2);
-    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 1);
-    target.setField(0, 0, "M3"), target.setField(1, 0, "M1");
-    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), 0);  // not where it stood
-    target[0] = dbrecord(0);
-    EXPECT_EQ(target.getRowIndexByID(Cookie("M3", false)), -1);
-}
-
-TEST(TableAssignment, OfOwnKeysAndOfItself) {
-    keldb target;
-    {
-        keldb source = table_of("a:a b:a | x,2 | *y,1");
-        source.set_sortfield(1);
-        target = source;
-    }
-    target.sort(1, 0);  // the source's own list is gone
-    target = static_cast<const keldb&>(target);
-    EXPECT_EQ(text_of(target), "a:a b:a | *y,1 | x,2");
+    keys[0] = 1;
+    target.sort(-1, 1);  // by the caller's list, as it is now
+    EXPECT_EQ(text_of(target), "Name:a Start~time:t | b,10 | *a,09 | *c,");
     target = keldb();
-    EXPECT_TRUE(text_of(target).empty() && target.get_valid() == 0 && target.ok());
+    EXPECT_EQ(described(target), "; 0 0 0 0 -1");
+    keldb bare;
+    load_bytes(bare, "KELDB:Rev 1\nKELDB\n1\na\nn\n");
+    EXPECT_EQ(keldb(bare).get_changed(), 0);  // the revision is no change
 }
 
 TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
@@ -293,11 +249,7 @@ TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
 
 TEST(ParameterList, KeepsTheRevisionFirstAndMatchesNamesIgnoringCase) {
     using enum kel::ParameterList::Outcome;
-    const struct {
-        const char *name, *value;
-        kel::ParameterList::Outcome outcome;
-        const char* after;  // of the calls so far
-    } kCalls[] = {
+    const std::tuple<const char*, const char*, kel::ParameterList::Outcome, const char*> kCalls[] = {
         // clang-format off
         {nullptr, "v", refused, ""}, {"n", nullptr, refused, ""}, {"", "v", refused, ""},
         {"KELDB", "x", refused, "KELDB=Rev 1 "}, {"Name", "clip", changed, "KELDB=Rev 1 Name=clip "},
@@ -306,12 +258,11 @@ TEST(ParameterList, KeepsTheRevisionFirstAndMatchesNamesIgnoringCase) {
         // clang-format on
     };
     kel::ParameterList list;
-    for (const auto& call : kCalls) {
-        EXPECT_EQ(list.set(call.name, call.value), call.outcome);
+    for (const auto& [name, value, outcome, after] : kCalls) {
+        EXPECT_EQ(list.set(name, value), outcome);
         std::string text;
-        for (unsigned i = 0; i < list.size(); ++i)
-            text += list.name(i).c_str() + std::string("=") + list.value(i).c_str() + ' ';
-        EXPECT_EQ(text, call.after);
+        for (unsigned i = 0; i < list.size(); ++i) text += list.name(i) + "=" + list.value(i) + " ";
+        EXPECT_EQ(text, after);
     }
     EXPECT_TRUE(!list.value_of("none") && !list.value_of(nullptr));
     list.set("Keldb", list.value_of("KELDB") + 1);  // out of the value that it replaces

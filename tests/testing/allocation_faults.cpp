@@ -59,6 +59,9 @@ AllocationFaults::AllocationFaults(long at, bool after) {
 void AllocationFaults::stop() { until_fault = -1; }
 bool AllocationFaults::struck() const { return fault_struck; }
 
+NoAllocationFaults::NoAllocationFaults() : before_(until_fault.exchange(-1)) {}
+NoAllocationFaults::~NoAllocationFaults() { until_fault = before_; }
+
 }  // namespace testing_kit
 
 void* operator new(std::size_t n) {
