@@ -11,18 +11,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 int main(int count, char** names) {
     int replayed = 0;
-    const auto replay = [&](const std::filesystem::path& path) {
-        std::fprintf(stderr, "%s\n", path.c_str());
-        const std::string bytes = testing_kit::file_bytes(path);
-        const auto block = testing_kit::exact_copy(bytes);
-        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(block.get()), bytes.size());
-        ++replayed;
-    };
     for (int i = 1; i < count; ++i) {
-        if (std::filesystem::is_regular_file(names[i])) {
-            replay(names[i]);
-        } else {
-            for (const auto& entry : std::filesystem::directory_iterator(names[i])) replay(entry.path());
+        using std::filesystem::directory_iterator;
+        std::vector<std::filesystem::path> inputs = {names[i]};
+        if (!is_regular_file(inputs[0])) inputs.assign(directory_iterator(names[i]), directory_iterator());
+        for (const std::filesystem::path& input : inputs) {
+            std::fprintf(stderr, "%s\n", input.c_str());
+            const std::string bytes = testing_kit::file_bytes(input);
+            const auto block = testing_kit::exact_copy(bytes);
+            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(block.get()), bytes.size());
+            ++replayed;
         }
     }
     std::fprintf(stderr, "%d inputs replayed\n", replayed);

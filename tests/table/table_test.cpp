@@ -1,8 +1,8 @@
-// A table's life and fields, its update brackets, copies, assignment, records taken from other tables, and parts.
+// A table's life and fields, its update brackets, copies, assignment, records taken from other tables, and its map of
+// identifiers.
 #include <ctime>
 
 #include "keldb/search/record_order.h"
-#include "keldb/table/parameter_list.h"
 #include "keldb/table/row_ids.h"
 #include "tests/testing/kit.h"
 
@@ -25,7 +25,9 @@ TEST(TableLifecycle, FromDescriptorsToFreed) {
     EXPECT_EQ(text_of(table), "Name:a tc:t");
     EXPECT_GE(table.get_last_mod_time(), before);
     table.add_records(1);
-    table.add_param("n", "v");
+    EXPECT_EQ(table.add_param("KELDB", "x") + table.add_param("n", "v") + table.add_param("N", ""), -1);
+    table.set_param_val("KELDB", table.get_param_val("KELDB") + 1);  // out of the value that it replaces
+    EXPECT_EQ(std::string(table.get_nth_param_val(0)) + table.get_nth_param_val(1), "ev 1");
     dberror error{9, 9, 9, 9};
     EXPECT_EQ(table.read_error_info(error) + table.is_error() + error.kind, 9);
     EXPECT_EQ(table.set_fieldtype(99, DBFieldTypes::none), 0);  // an error all the same
@@ -243,30 +245,6 @@ TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
     table.copy_record(0, &shown, 0);  // of another width: nothing
     table.copy_record(0, nullptr, 0);
     EXPECT_EQ(text_of(table), "a:a b:a | *1,x | 1, | 1,x | 2,y | 1,");
-}
-
-// --- Parts that a table is made of ---
-
-TEST(ParameterList, KeepsTheRevisionFirstAndMatchesNamesIgnoringCase) {
-    using enum kel::ParameterList::Outcome;
-    const std::tuple<const char*, const char*, kel::ParameterList::Outcome, const char*> kCalls[] = {
-        // clang-format off
-        {nullptr, "v", refused, ""}, {"n", nullptr, refused, ""}, {"", "v", refused, ""},
-        {"KELDB", "x", refused, "KELDB=Rev 1 "}, {"Name", "clip", changed, "KELDB=Rev 1 Name=clip "},
-        {"name", "clip", unchanged, "KELDB=Rev 1 Name=clip "}, {"NAME", "", changed, "KELDB=Rev 1 Name= "},
-        {"keldb", "Rev 9", changed, "KELDB=Rev 9 Name= "},
-        // clang-format on
-    };
-    kel::ParameterList list;
-    for (const auto& [name, value, outcome, after] : kCalls) {
-        EXPECT_EQ(list.set(name, value), outcome);
-        std::string text;
-        for (unsigned i = 0; i < list.size(); ++i) text += list.name(i) + "=" + list.value(i) + " ";
-        EXPECT_EQ(text, after);
-    }
-    EXPECT_TRUE(!list.value_of("none") && !list.value_of(nullptr));
-    list.set("Keldb", list.value_of("KELDB") + 1);  // out of the value that it replaces
-    EXPECT_STREQ(list.value_of("KELDB"), "ev 9");
 }
 
 TEST(RowIds, AgreeWithAMap) {

@@ -53,71 +53,59 @@ Texts naive_csv_split(const std::string& line) {
     return pieces;
 }
 
-Texts split(const std::string& line) {
-    static kel::ValueBuilder values;
-    const auto bytes = exact_copy(line);
-    kel::split_line({bytes.get(), line.size()}, values);
-    Texts found;
-    for (std::size_t i = 0; i < values.size(); ++i) found.emplace_back(values.text(i));
-    return found;
-}
-
-TEST(LineSplitter, AgreesWithTheNaiveRulesOnEveryShortLine) {
-    std::vector<std::string_view> pieces;
-    for (std::size_t length = 0; length <= 7; ++length) {
-        every_text("\"\\n, a\t", length, [&](const std::string& line) {
-            ASSERT_EQ(split(line), naive_split(line)) << '[' << line << ']';
-            const auto bytes = exact_copy(line);
-            kel::split_csv_line({bytes.get(), line.size()}, pieces);
-            ASSERT_EQ(Texts(pieces.begin(), pieces.end()), naive_csv_split(line)) << '[' << line << ']';
-        });
-    }
-}
-
-// `behind` may be read, but is no part of the value.
-std::string quoted(const std::string& value, const std::string& behind) {
-    const auto bytes = exact_copy(value + behind);
-    const auto to = std::make_unique<char[]>(kel::quoted_room(value.size()) + kel::kQuotingSpill);
-    return std::string(to.get(), kel::put_quoted(to.get(), {bytes.get(), value.size()}, value.size() + behind.size()));
-}
-
 std::string naive_quoted(const std::string& value) {
     std::string text = "\"";
     for (const char c : value) text += c == '"' ? "\"\"" : c == '\n' ? "\\n" : c == '\r' ? "" : std::string(1, c);
     return text + '"';
 }
 
-// Short pieces around the width of what the splitter looks at in one step, and values around the longest.
+// Of a text in a block of exactly its size, or with bytes behind it that may be read.
+void expect_the_naive_rules(const std::string& text) {
+    const auto bytes = exact_copy(text);
+    static kel::ValueBuilder values;
+    kel::split_line({bytes.get(), text.size()}, values);
+    Texts found;
+    for (std::size_t i = 0; i < values.size(); ++i) found.emplace_back(values.text(i));
+    ASSERT_EQ(found, naive_split(text)) << '[' << text << ']';
+    std::vector<std::string_view> csv_pieces;
+    kel::split_csv_line({bytes.get(), text.size()}, csv_pieces);
+    ASSERT_EQ(Texts(csv_pieces.begin(), csv_pieces.end()), naive_csv_split(text)) << '[' << text << ']';
+    const std::string expected = naive_quoted(text);
+    for (const std::string& behind : {std::string(), std::string(32, 'b'), '"' + std::string(32, 'b')}) {
+        const auto readable = exact_copy(text + behind);
+        const auto to = std::make_unique<char[]>(kel::quoted_room(text.size()) + kel::kQuotingSpill);
+        char* const end = kel::put_quoted(to.get(), {readable.get(), text.size()}, text.size() + behind.size());
+        ASSERT_EQ(std::string(to.get(), end), expected) << behind;
+    }
+}
+
+TEST(LineSplitter, AgreesWithTheNaiveRulesOnEveryShortLine) {
+    for (std::size_t length = 0; length <= 6; ++length) every_text("\"\\n, \n\r", length, expect_the_naive_rules);
+}
+
+// Around the width of what is looked at in one step, and around the longest value.
 TEST(LineSplitter, AgreesWithTheNaiveRulesAcrossLengths) {
-    for (const char* care : {"", "\"\"", "\"", "\\n", "\\", ",", " ", "\n", "\x80", "\r"}) {
-        for (const std::size_t length : {0U, 5U, 6U, 7U, 8U, 9U, 15U, 16U, 17U, 30U, 33U, 4093U, 4094U, 4095U, 4096U}) {
-            for (const std::size_t place : {std::size_t{0}, length / 2, length}) {
-                const std::string text = std::string(length, 'x').insert(place, care);
-                for (const std::string behind :
-                     {"", "\n", "a text of thirty bytes, and two\"", "\"and none in thirty-two behind that"})
-                    ASSERT_EQ(quoted(text, behind), naive_quoted(text)) << care << ' ' << length << ' ' << place;
-                for (const std::string& line : {'"' + text + "\",\"b\"", '"' + text + '"', text + ",b", '"' + text}) {
-                    ASSERT_EQ(split(line), naive_split(line)) << care << ' ' << length << ' ' << place;
-                }
-            }
-        }
+    const std::vector<std::string> kCare = {"\"\"", "\"", "\\n", "\\", ",", " ", "\n", "\r"};
+    Random random(3);
+    for (int round = 0; round < 8'000; ++round) {
+        std::string text(random.one_in(8) ? 4093 + random.below(4) : random.below(35), '\x80');
+        for (unsigned n = random.below(4); n > 0; --n) text.insert(text.size() * random.below(3) / 2, random.of(kCare));
+        for (const std::string& line : {text, '"' + text + '"', '"' + text + "\",\"b\""}) expect_the_naive_rules(line);
     }
 }
 
 TEST(ByteSteps, BothKindsCopyAndFindTheFirstWantedByte) {
-    for (const char c : std::string("\"\n\r!#a,\0\x8A\xA2\x0B", 11)) {
-        for (std::size_t place = 0; place < kel::kStepBytes * kel::kStepBytes; ++place) {
-            std::string text(kel::kStepBytes, 'x'), copy(kel::kStepBytes, ' ');
-            text[place % kel::kStepBytes] = '"';
-            text[place / kel::kStepBytes] = c;
-            const std::size_t first = std::min(text.find_first_of("\"\n\r"), kel::kStepBytes);
-            const auto agrees = [&](const auto& step) {
-                step.copy_to(copy.data());
-                return copy == text && step.template first_of<'"', '\n', '\r'>() == first &&
-                       step.template has_any<'!', '#'>() == (c == '!' || c == '#');
-            };
-            ASSERT_TRUE(agrees(kel::PlainStep(text.data())) && agrees(kel::ByteStep(text.data()))) << text;
-        }
+    const std::string kOthers("\"\n\r!#a,\0\x8A\xA2\x0B", 11);
+    Random random(4);
+    for (int round = 0; round < 30'000; ++round) {
+        std::string text(kel::kStepBytes, 'x'), copy = text;
+        for (int i = 0; i < 2; ++i) text[random.below(text.size())] = kOthers[random.below(kOthers.size())];
+        const auto agrees = [&](const auto& step) {
+            step.copy_to(copy.data());
+            return copy == text && step.template has_any<'!', '#'>() == (text.find_first_of("!#") != text.npos) &&
+                   step.template first_of<'"', '\n', '\r'>() == std::min(text.find_first_of("\"\n\r"), text.size());
+        };
+        ASSERT_TRUE(agrees(kel::PlainStep(text.data())) && agrees(kel::ByteStep(text.data()))) << text;
     }
 }
 
