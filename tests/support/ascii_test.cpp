@@ -47,12 +47,11 @@ TEST(CaseBlindOrder, IsTheOrderOfFoldedBytes) {
 
 TEST(NaturalOrder, CountsAsPeopleDo) {
     const std::vector<std::string> ascending = pieces(
-        "|!|0|00|01|1|2|10|10a|10b|0011|a|Take|TAKE 02|take 2|take 2a|take 10|take 99999999999999999999|"
+        "|!|0|00|01|1|2|10|10a|10b|0011|109|1005|a|Take|TAKE 02|take 2|take 2a|take 10|take 99999999999999999999|"
         "take 100000000000000000000|take x|\xC3\xA9");
-    for (std::size_t i = 0; i < ascending.size(); ++i) {
-        for (std::size_t j = 0; j < ascending.size(); ++j) {
-            EXPECT_EQ(natural(ascending[i], ascending[j]), i < j ? -1 : i > j) << ascending[i] << '/' << ascending[j];
-        }
+    for (std::size_t i = 1; i < ascending.size(); ++i) {
+        EXPECT_EQ(natural(ascending[i - 1], ascending[i]), -1) << ascending[i];
+        EXPECT_EQ(natural(ascending[i], ascending[i - 1]), 1) << ascending[i];
     }
 }
 
@@ -76,16 +75,12 @@ TEST(TextSearch, FindsWhatThePlainRuleFinds) {
     // Few characters, so that near matches are many; some differ in one bit from a letter or a separator.
     Random random(3);
     constexpr std::string_view kAlphabet("aAb:; .,!@`[{\0\x7F\x80\xFFz", 18);
-    const auto some = [&](std::size_t longest, std::size_t letters) {
-        std::string text(random.below(longest + 1), ' ');
-        for (char& c : text) c = kAlphabet[random.below(letters)];
-        return text;
-    };
     for (int i = 0; i < 150'000; ++i) {
         const std::size_t letters = 2 + random.below(kAlphabet.size() - 1);
-        const std::string text = some(i % 2 ? 70 : 5, letters);
-        const std::string part = text.substr(random.below(text.size() + 1), random.below(12));
-        const std::string wanted = random.one_in(2) ? part : some(4, letters);
+        std::string text(random.below(i % 2 ? 71 : 6), ' ');
+        for (char& c : text) c = kAlphabet[random.below(letters)];
+        std::string wanted = text.substr(random.below(text.size() + 1), random.below(12));
+        if (random.one_in(2)) wanted += kAlphabet[random.below(letters)];
         const auto exact = exact_copy(text);
         for (unsigned flags = 0; flags <= (TextSearch::kWholeWords | TextSearch::kTimecode); ++flags) {
             const bool found = kel::Needle(wanted, flags).found_in({exact.get(), text.size()});

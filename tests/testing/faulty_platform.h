@@ -17,13 +17,11 @@ namespace testing_kit {
 
 struct Fault {
     enum Kind {
-        kError,    // returns -1 with `code` in errno, nothing done; a close has closed all the same
-        kShort,    // a read or write moves half of what was asked for; other operations work
-        kNone,     // a write takes nothing and says 0; other operations work
-        kTrickle,  // this and every other read or write moves `code` bytes at most; other operations work
-        kDie,      // the process ends there and then
+        kError,  // returns -1 with `value` in errno, nothing done; a close has closed all the same
+        kPart,   // a read or write moves `value` bytes at most; other operations work
+        kDie,    // the process ends there and then
     } kind = kError;
-    int code = EIO;
+    int value = EIO;
 };
 
 // Exit status of a process that a kDie fault ended.
@@ -33,14 +31,16 @@ class FaultyPlatform : public PlatformService {
     using Base = PlatformService;
 
 public:
+    static constexpr long kEvery = -1;  // a place: each operation has the fault
+
     explicit FaultyPlatform(Fault fault, long at = 0) : fault_(fault), at_(at), before_(setOS(this)) {}
     ~FaultyPlatform() override { setOS(before_); }
     FaultyPlatform(const FaultyPlatform&) = delete;
     FaultyPlatform& operator=(const FaultyPlatform&) = delete;
 
-    bool struck() const { return struck_; }
+    bool struck() const { return at_ < static_cast<long>(log_.size()); }
     const std::vector<std::string>& log() const { return log_; }  // names of the operations so far, in order
-    std::string struck_operation() const { return struck_ ? log_[static_cast<std::size_t>(at_)] : "nothing"; }
+    std::string struck_operation() const { return struck() ? log_[static_cast<std::size_t>(at_)] : "nothing"; }
 
     int open(const char* p, int flags, mode_t mode) override { return fails("open") ? -1 : Base::open(p, flags, mode); }
     ssize_t read(int file, void* to, std::size_t n) override {
@@ -69,24 +69,21 @@ public:
 
 private:
     bool fails(const char* operation) {
-        now_ = static_cast<long>(log_.size()) == at_;
         log_.push_back(operation);
-        struck_ = struck_ || now_;
-        if (now_ && fault_.kind == Fault::kDie) ::_exit(kDied);
-        if (!now_ || fault_.kind != Fault::kError) return false;
-        errno = fault_.code;
+        if (is_now() && fault_.kind == Fault::kDie) ::_exit(kDied);
+        if (!is_now() || fault_.kind != Fault::kError) return false;
+        errno = fault_.value;
         return true;
     }
+    bool is_now() const { return at_ == kEvery || at_ + 1 == static_cast<long>(log_.size()); }
     std::size_t part_of(std::size_t bytes) const {
-        if (fault_.kind == Fault::kTrickle) return std::min(bytes, static_cast<std::size_t>(fault_.code));
-        return now_ && fault_.kind == Fault::kShort ? (bytes + 1) / 2 : now_ && fault_.kind == Fault::kNone ? 0 : bytes;
+        return is_now() && fault_.kind == Fault::kPart ? std::min(bytes, static_cast<std::size_t>(fault_.value))
+                                                       : bytes;
     }
 
     Fault fault_;
     long at_;
     PlatformService* before_;
-    bool now_ = false;
-    bool struck_ = false;
     std::vector<std::string> log_;
 };
 

@@ -5,15 +5,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "keldb/support/wstring.h"
 
@@ -50,18 +49,17 @@ inline std::string file_bytes(const std::string& path) {
     return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "(none)";
 }
 
-// Everything in a folder, hidden names too, in order.
-inline std::vector<std::string> names_in(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
+// Everything in a folder, hidden names too.
+inline std::set<std::string> names_in(const std::string& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.insert(entry.path().filename());
     return names;
 }
 
 inline std::size_t open_descriptors() { return names_in("/proc/self/fd").size(); }
 
-// Work in a child process, which may die half-way, give up its rights or become another program.
-// Runs `work` in a child process and returns the exit status that it returns (0 to 255); -1 when a signal ended it.
+// Runs `work` in a child process, where it may die half-way or give up its rights, and returns the exit status that it
+// returns (0 to 255); -1 when a signal ended it.
 template <class Work>
 int in_child(const Work& work) {
     const pid_t child = ::fork();
