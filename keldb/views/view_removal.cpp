@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_map>
 #include <vector>
 
 #include "keldb/support/ascii.h"
@@ -90,7 +91,8 @@ public:
     // its record is not in the base any more, is passed over.
     int next_run() {
         if (records_.size() != entry_count()) pass_over(size());  // a message from elsewhere took entries out of it
-        while (size() > 0 && (index_[0].tag || !find_row())) {
+        follow_moved_records();
+        while (size() > 0 && (index_[0].tag || !names_its_record(0))) {
             passed_over_ += index_[0].tag ? 0 : 1;
             forget(1);
         }
@@ -119,16 +121,21 @@ private:
     bool names_its_record(int position) const {
         return (*this)[position] == records_[static_cast<std::size_t>(position)];
     }
-    bool find_row() {
-        if (names_its_record(0)) return true;
-        if (!records_[0]) return false;
+    // After rows moved by other means than deletion each entry must name its record again, not only the one that is
+    // next: the deletion of its row would take along another whose old number is the same.
+    void follow_moved_records() {
+        int first = 0;
+        while (first < size() && (index_[first].tag || names_its_record(first))) ++first;
+        if (first == size()) return;
+        std::unordered_map<const dbrecord*, unsigned> row_of;
         const unsigned rows = db() ? db()->get_num_records() : 0;
-        for (unsigned row = 0; row < rows; ++row) {
-            if (db()->get_record(row) != records_[0]) continue;
-            index_[0].row = row;
-            return true;
+        for (unsigned row = 0; row < rows; ++row) row_of.emplace(db()->get_record(row), row);
+        for (int i = first; i < size(); ++i) {
+            if (index_[i].tag || names_its_record(i)) continue;
+            const auto found = row_of.find(records_[static_cast<std::size_t>(i)]);
+            const bool there = found != row_of.end() && found->first;
+            index_[i].row = there ? found->second : std::numeric_limits<unsigned>::max();
         }
-        return false;
     }
     void forget(int count) {
         index_.erase(0, count);
