@@ -82,7 +82,7 @@ public:
         return displayRecordsAt(base_ ? row_with(field, value) : findFirst(field, value, 0), 1, position) == 1;
     }
     // Through the table's map of identifiers first; what that does not know, among the rows that the base shows.
-    int displayRecordsAt(const CookieVec& ids, int position) {
+    int displayRecordsAt(const auto& ids, int position) {
         position = clamped(position);
         int shown = 0;
         for (std::size_t i = 0; i < ids.size(); ++i) {

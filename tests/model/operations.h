@@ -32,6 +32,11 @@ struct Args {
         for (int i = 0; i <= count; ++i) some.add(i % 2 == 0 ? Cookie(value, false) : id);
         return some;
     }
+    CookieSet set_of_ids() const {
+        CookieSet some;
+        for (std::size_t i = 0; i < ids().size(); ++i) some.add(ids()[i]);
+        return some;
+    }
     std::unique_ptr<dbrecord> query() const {
         auto made = std::make_unique<dbrecord>(static_cast<unsigned short>(table.fields.size()));
         made->set_field(key, text, false);
@@ -167,6 +172,7 @@ struct Operations {
             return 0;
         });
         view("setupViewTags", [](auto& t, A) { t.setupViewTagsFromKeldbTagField(); });
+        view("displayRecordsAt set", [](auto& t, A a) { return t.displayRecordsAt(a.set_of_ids(), a.at); });
         view("displayAllWithBaseTags", [](auto& t, A) { t.displayAllRecordsWithBaseTagStatus(); });
     }
 };

@@ -11,10 +11,10 @@
 //
 //     ODBView view = view_showing(table, "5 2* 9");       EXPECT_EQ(rows(**view), "5 2* 9");
 //
-// What an announcer says, as one line of text; whatever nobody took by the end is a failure.
+// What an announcer says, message by message; whatever nobody took by the end is a failure.
 //
-//     -2,3    "recordsDeleted" with the text "2 3 "        !     "recordsChanged" without payload
-//     ?x      another text                                 !a,b  the same with the identifiers a and b
+//     -2 3    "recordsDeleted" and its text, which ends with a blank      !     "recordsChanged" without payload
+//                                                                         !a,b  the same with the identifiers a and b
 #ifndef KELDB_TESTS_TESTING_NOTATION_H
 #define KELDB_TESTS_TESTING_NOTATION_H
 
@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -150,33 +151,22 @@ inline Qv::Ptr<Qv::Guard> listen(Notifier& announcer, int type, std::function<vo
 
 class Announcements {
 public:
-    explicit Announcements(Notifier& announcer) : announcer_(announcer) {
-        guards_[0] = listen(announcer, kel::records_deleted_type(), [this](const auto& message) {
-            std::string text(message.text().view());
-            const bool usual = text.ends_with(' ') && !message.payload();
-            if (usual) text.pop_back(), std::replace(text.begin(), text.end(), ' ', ',');
-            heard_ += (heard_.empty() ? "" : " ") + ((usual ? "-" : "?") + text);
-        });
-        guards_[1] = listen(announcer, kel::records_changed_type(), [this](const auto& message) {
-            heard_ += (heard_.empty() ? "!" : " !") + std::string(message.text().view());
-            const auto* const ids = dynamic_cast<const WrappedData<CookieVec>*>(message.payload().get());
-            for (std::size_t i = 0; ids && i < ids->data().size(); ++i)
-                heard_ += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
-        });
+    explicit Announcements(Notifier& announcer) {
+        for (const auto& [mark, type] :
+             {std::pair('-', kel::records_deleted_type()), {'!', kel::records_changed_type()}})
+            listen(announcer, type, [heard = heard_, mark = mark](const NotifyMsg& message) {
+                *heard += mark + std::string(message.text().view());
+                const auto* const ids = dynamic_cast<const WrappedData<CookieVec>*>(message.payload().get());
+                for (std::size_t i = 0; ids && i < ids->data().size(); ++i)
+                    *heard += (i == 0 ? "" : ",") + std::string(ids->data()[i].text().view());
+            });
     }
-    ~Announcements() {
-        for (const auto& guard : guards_) announcer_.deregisterNotification(guard);
-        EXPECT_EQ(heard_, "") << "announced, and not expected";
-    }
-    Announcements(const Announcements&) = delete;
-    Announcements& operator=(const Announcements&) = delete;
+    ~Announcements() { EXPECT_EQ(*heard_, "") << "announced, and not expected"; }
 
-    std::string take() { return std::exchange(heard_, {}); }
+    std::string take() { return std::exchange(*heard_, {}); }
 
 private:
-    Notifier& announcer_;
-    Qv::Ptr<Qv::Guard> guards_[2];
-    std::string heard_;
+    const std::shared_ptr<std::string> heard_ = std::make_shared<std::string>();  // listeners outlive this
 };
 
 }  // namespace testing_kit

@@ -1,4 +1,4 @@
-// The cursor over a view, and a view written to a file or turned into a table.
+// The cursor over a view, and a view written to a file.
 #include "keldb/views/odb_view_cursor.h"
 #include "tests/testing/kit.h"
 
@@ -18,14 +18,12 @@ int step(ODBViewCursor& cursor, const std::string& what, keldb& table) {
 }
 
 TEST(ViewCursor, WalksSearchesAndAnnouncesWhatItRemoves) {
-    const struct {
-        const char* shows;  // of a table with the records a to e
-        bool tags_only;
-        const char *steps, *outcome;  // the positions, the first one before any step; what is left, and was announced
-    } kWalks[] = {
+    const std::tuple<const char*, bool, const char*, const char*> kWalks[] = {
+        // what is shown of the records a to e, whether tagged entries alone, the steps; the positions, the first one
+        // before any step, and what is left and was announced
         {"4 3", false, "+ + + - - fD fe", "0 1 -1 0 -1 1 1 -1 / 4 3 / "},
         {"", false, "+ - x fa sa", "-1 -1 -1 -1 -1 -1 /  / "},
-        {"4 3 2", false, "=2 x - x", "0 2 -1 1 -1 / 4 / -2 -1"},
+        {"4 3 2", false, "=2 x - x", "0 2 -1 1 -1 / 4 / -2 -1 "},
         {"4 3* 2", true, "=0 + - - =5 x", "1 0 1 -1 1 -1 -1 / 4 3* 2 / "},
         {"0 1 2 3 4", false, "=9 sD sb sd =3 sd sx", "0 -1 3 -1 3 3 3 -1 / 0 1 2 3 4 / "},
         {"0 1* 2", true, "fc =2 fc =0 fb fa", "1 -1 2 2 0 1 -1 / 0 1* 2 / "},
@@ -50,54 +48,31 @@ TEST(ViewCursor, WalksSearchesAndAnnouncesWhatItRemoves) {
 }
 
 TEST(ViewExport, WritesParametersHeaderAndItsRecords) {
-    using Save = int (*)(ODBViewRep & view, const std::string& path);
-    const std::tuple<const char*, const char*, Save, int, const char*> kExports[] = {
-        // clang-format off
-        // the table and what of it is shown; the call and its result; the lines behind the header
-        {"Name:a Tag:a | a,7 | *b, | c,1", "2* 0 1*",
-         [](auto& v, auto& to) { return v.saveAsText(to.c_str(), false); }, 3, "\"c\",\"1\"\n\"a\",\"0\"\n\"b\",\"1\"\n"},
-        {"Name:a | a", "0", [](auto& v, auto& to) { return v.saveAsText(to.c_str(), true); }, 0, ""},
-        {"Name:a Tag:a | a,5 | *b,6 | c, | *d,", "0* 1 2 3",
-         [](auto& v, auto& to) { return v.saveOnlyTagged(to.c_str()); }, 4, "\"b\",\"6\"\n\"d\",\"\"\n"},
-        // To the view's own file name; entries without a record are left out.
-        {"Name:a | a | *b", "1* 9 0",
-         [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_text(); }, 2, "\"b\"\n\"a\"\n"},
-        {"Name:a | *a | b", "1 0", [](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_tags(); }, 2, "\"a\"\n"},
-        // clang-format on
+    const char* const fields = "Tag:a Name:a | *7,a | ,b | *,c";
+    const char* const all = "\"1\",\"c\"\n\"0\",\"a\"\n\"1\",\"b\"\n";  // with the tags of the view
+    const char* const tagged = "\"\",\"c\"\n\"7\",\"a\"\n";             // tagged in the table
+    const std::tuple<int (*)(ODBViewRep & view, const std::string& path), int, const char*> kSaves[] = {
+        // the call, its result, and the lines behind the header
+        {[](auto& v, auto& to) { return v.saveAsText(to.c_str(), false); }, 3, all},
+        {[](auto& v, auto& to) { return v.saveAsText(to.c_str(), true); }, 0, ""},
+        {[](auto& v, auto& to) { return v.saveOnlyTagged(to.c_str()); }, 4, tagged},
+        {[](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_text(); }, 3, all},
+        {[](auto& v, auto& to) { return v.set_filename(wide(to)), v.save_tags(); }, 4, tagged},
     };
     const TempDir folder;
     const std::string path = folder.path("file");
-    for (const auto& [fields, shows, save, result, records] : kExports) {
-        SCOPED_TRACE(fields);
-        keldb table = table_of(fields);
-        table.add_param("Name", "clip");
-        const ODBView view = view_showing(table, shows), detached(static_cast<keldb*>(nullptr));
-        TextFile header;
-        table.save_column_header(header, false);
-        EXPECT_EQ(save(**view, path), result);
-        EXPECT_EQ(file_bytes(path), "\"KELDB:Rev 1\"\n\"Name:clip\"\n" + std::string(header.bytes()) + records);
-        EXPECT_EQ(text_of(static_cast<ODBBase&>(table)), fields);
-        EXPECT_EQ(save(**view, "") + save(**view, folder.path("no/file")) + save(**detached, folder.path("other")), 0);
-        EXPECT_EQ(names_in(folder.path()).size(), 1U);
-    }
-}
-
-TEST(ViewConversion, MakesATableOfTheEntriesOrForThem) {
-    keldb table = table_of("Name:a Num:l | a,1 | b,2 | *c,3");
+    keldb table = table_of(fields);
     table.add_param("Name", "clip");
-    const ODBView view = view_showing(table, "2 0* 9 2"), above = subview_showing(view, "3 2 1*");
-    const std::unique_ptr<keldb> made(Convert_ODBView_to_keldb(view));
-    EXPECT_EQ(text_of(static_cast<ODBBase&>(*made)), "Name:a Num:l | c,3 | a,1 | , | c,3");
-    EXPECT_STREQ(made->get_param_val("Name"), "clip");
-    view->add_param("Name", "own");
-    for (const ODBView& from : {view, above}) {
-        const ODBView own = from.copyWithNewBaseView();
-        EXPECT_EQ(rows(**own), from == view ? "2 0* 2" : "2 0*");
-        EXPECT_STREQ(own->get_param_val("Name"), from == view ? "own" : "clip");
-        EXPECT_TRUE(!own->isSubview() && own->odb() != &table);
-        const std::unique_ptr<keldb> its_table(own->odb());
-        own->odb(nullptr);
+    const ODBView view = view_showing(table, "2* 9 0 1*"), detached(static_cast<keldb*>(nullptr));
+    TextFile header;
+    table.save_column_header(header, false);
+    for (const auto& [save, result, lines] : kSaves) {
+        EXPECT_EQ(save(**view, path), result);
+        EXPECT_EQ(file_bytes(path), "\"KELDB:Rev 1\"\n\"Name:clip\"\n" + std::string(header.bytes()) + lines);
+        EXPECT_EQ(save(**view, "") + save(**view, folder.path("no/file")) + save(**detached, folder.path("other")), 0);
     }
+    EXPECT_EQ(names_in(folder.path()).size(), 1U);
+    EXPECT_EQ(text_of(static_cast<ODBBase&>(table)), fields);
 }
 
 }  // namespace
