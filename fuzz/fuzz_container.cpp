@@ -18,11 +18,10 @@ std::string fault_of(std::string_view bytes) {
     if (header.valid() != reader.valid() || header.getNumItems() != 0) return "the header alone says something else";
     if (reader.getNumItems() != table.get_num_records()) return "the number of items differs from the table's";
     for (unsigned row = 0; row < reader.getNumItems(); ++row) {
-        const Reader::Item item = reader.getItem(row);
-        if (!reader.valid() && item.valid()) return "a valid item in a file that is not";
-        if (!reader.valid()) continue;
-        if (item.getCookie().text() != table.getField(row, static_cast<unsigned>(cookie))) return "another identity";
-        if (row < 10 && !reader.contains(item.getCookie())) return "an item that is not contained";
+        const Cookie id = reader.getItem(row).getCookie();
+        const String expected = reader.valid() ? table.getField(row, static_cast<unsigned>(cookie)) : String();
+        if (id.text() != expected) return "another identity";
+        if (row < 10 && reader.contains(id) != reader.valid()) return "an item that is not contained";
     }
     return "";
 }

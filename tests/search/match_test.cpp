@@ -3,77 +3,79 @@
 
 namespace {
 
-void set_query(keldb& table, std::string_view values) {
-    const std::unique_ptr<dbrecord> query(table.make_dummy_record());
-    int field = 0;
-    for (const std::string& value : pieces(values, ',')) query->set_field(field++, value, false);
-    table.set_query(query.get());
-}
-
-// Of each record a digit: whether it matches; - for no query.
-std::string matches_of(keldb& table) {
-    std::string matches;
-    for (unsigned row = 0; row < table.get_num_records(); ++row) {
-        const int match = table.match_record(static_cast<int>(row));
-        matches += match == 1 ? "1" : match == 0 ? "0" : "-";
-    }
-    return matches;
-}
-
 struct Inside : keldb {
     using keldb::found_in_special_label_field;
     using keldb::isSpecialLabelField;
     using keldb::match_field;
 };
 
+constexpr const char* kDates = "d:M | 0 | 1234567890 | junk | | 4294967295 | 86400";
+
+const struct {
+    const char *fields, *query, *matches, *zone = "UTC0";
+} kQueries[] = {
+    // Any type: the text occurs, case ignored.
+    {"n:a m:n | Take 2,7 | take 12,7 | x,", "take 1,7", "010"},
+    // Timecodes: the separators count as equal; T in its punctuated form.
+    {"tc:t | 10:00:00;05 | 10:00:00:05 | 10000005", "10.00.00.05", "110"},
+    {"tc:T | 10000005; | 10:00:00:05 | 10000005 | 10000006", "10:00:00:05", "1110"},
+    {"tc:T | 10000005 | soon", "oon", "01"},
+    // A date as calendar text, in the time zone that is set at the call.
+    {kDates, "Thu Jan  1 00:00:00 1970", "101100"},
+    {kDates, "feb 13 23:31:30 2009\n", "010000"},
+    {kDates, "Feb 14 00:31:30 2009", "010000", "XYZ-1"},
+    {kDates, "Wed Dec 31 16:00:00 1969", "101100", "XYZ8"},
+    {kDates, "Feb  7 06:28:15 2106", "000010"},
+    {kDates, "1234567890", "000000"},
+    // One range, by start or end; the length of the query's text counts, and bytes, not letters.
+    {"Start~time:t End~time:t | 10:00:00:00, | 09:00:00:00, | ,10:00:00:00 | ,", ",10:00", "1000"},
+    {"snd~start:a snd~end:a | b,d | a,c | bb,dz | B,D", "b,", "1110"},
+    {"snd~start:a snd~end:a | b,d | b,dd | c,d", ",dd", "010"},
+    {"snd~start:a snd~end:a | bcd,bcf | b,dz", ",bce", "11"},
+    // Half a pair: the leading part alone; without the start nothing. Partners are found ignoring case.
+    {"start~keycode:a | KU 12 3456 | KU 13", "KU 12", "10"},
+    {"end~keycode:a | KU 12", "KU 12", "0"},
+    {"START~KEYCODE:a end~keycode:a | b,d", ",c", "1"},
+    {"Start~Time:t End~Time:t | 09:59:00:00,10:00:30:00", "10:00,", "0"},  // no pair by these spellings
+    // The query of a table without fields is empty, so it is none.
+    {" | |", "", "--"},
+};
+
 TEST(Query, MatchesByTypeAndRange) {
-    const char* const kQueries[][3] = {
-        // the table, the query, which records match
-        // Any type: the text occurs, case ignored.
-        {"n:a m:n | Take 2,7 | take 12,7 | x,", "take 1,7", "010"},
-        // Timecodes: the separators count as equal; T in its punctuated form.
-        {"tc:t | 10:00:00;05 | 10:00:00:05 | 10000005", "10.00.00.05", "110"},
-        {"tc:T | 10000005; | 10:00:00:05 | 10000005 | 10000006", "10:00:00:05", "1110"},
-        {"tc:T | 10000005 | soon", "oon", "01"},
-        // One range, by start or end; the length of the query's text counts.
-        {"Start~time:t End~time:t | 10:00:00:00, | 09:00:00:00, | ,10:00:00:00 | ,", ",10:00", "1000"},
-        {"snd~start:a snd~end:a | b,d | a,c | bb,dz | B,D", "b,", "1110"},  // bytes, not letters
-        {"snd~start:a snd~end:a | b,d | b,dd | c,d", ",dd", "010"},         // d is beyond the end by its second byte
-        {"snd~start:a snd~end:a | b,dz", "d,", "1"},                        // only as many bytes as the query has
-        {"snd~start:a snd~end:a | bcd,bcf", ",bce", "1"},
-        // Half a pair: the leading part alone; without the start nothing.
-        {"start~keycode:a | KU 12 3456 | KU 13", "KU 12", "10"},
-        {"end~keycode:a | KU 12", "KU 12", "0"},
-        {"START~KEYCODE:a end~keycode:a | b,d", ",c", "1"},                    // partners are found ignoring case
-        {"Start~Time:t End~Time:t | 09:59:00:00,10:00:30:00", "10:00,", "0"},  // no pair by these spellings
-        // The query of a table without fields is empty, so it is none.
-        {" | |", "", "--"},
-    };
-    for (const auto& [fields, query, matches] : kQueries) {
-        SCOPED_TRACE(std::string(fields) + " / " + query);
+    for (const auto& [fields, query, matches, zone] : kQueries) {
+        SCOPED_TRACE(std::string(fields) + " / " + query + " / " + zone);
+        ::setenv("TZ", zone, 1);
         keldb table = table_of(fields);
-        EXPECT_EQ(matches_of(table), std::string(table.get_num_records(), '-'));  // no query yet
-        set_query(table, query);
+        EXPECT_EQ(table.match_record(0), -1);  // no query yet
+        const std::vector<std::string> wanted = pieces(query, ',');
+        const std::unique_ptr<dbrecord> example(table.make_dummy_record());
+        for (unsigned short i = 0; i < example->get_num_fields(); ++i) example->setField(i, String(wanted[i]));
+        table.set_query(example.get());
         table.set_case_significant_search(1);  // without a meaning
-        EXPECT_EQ(matches_of(table), matches);
-        EXPECT_EQ(table.match_record(-1) + table.match_record(static_cast<int>(table.get_num_records())), -2);
-        for (unsigned row = 0; row < table.get_num_records() && *query; ++row) {  // the same, field by field
+        std::string found;
+        for (unsigned row = 0; row < table.get_num_records(); ++row) {
             const dbrecord* const record = table.get_record(row);
+            found += "-01"[table.match_record(static_cast<int>(row)) + 1];
             bool all = true;
-            for (int i = 0; i < record->get_num_fields(); ++i) {
+            for (unsigned short i = 0; i < record->get_num_fields(); ++i) {  // the same, field by field
                 const bool match = (table.*&Inside::match_field)(record, i) == 1;
-                const bool special = (table.*&Inside::isSpecialLabelField)(static_cast<unsigned>(i));
+                const bool special = (table.*&Inside::isSpecialLabelField)(i);
+                const TextSearch::Criteria criteria({String(wanted[i]), TextSearch::kContains});
                 EXPECT_EQ((table.*&Inside::found_in_special_label_field)(record, i), match || !special);
+                EXPECT_TRUE(table.matchField(record, i, criteria) == match || special);
                 all = all && match;
             }
-            EXPECT_EQ(all, matches[row] == '1');
+            EXPECT_EQ(all, found.back() != '0');
         }
+        EXPECT_EQ(found, matches);
+        EXPECT_EQ(table.match_record(-1), -1);
     }
+    ::unsetenv("TZ");
 }
 
 TEST(Query, MatchesNothingWithoutARecordOrField) {
     keldb table = table_of("snd~start:a | x");
-    set_query(table, "x");
+    table.set_query(table.get_record(0));
     const TextSearch::Criteria wanted({"x", TextSearch::kContains});
     for (const dbrecord* const record : {table.get_record(0), static_cast<dbrecord*>(nullptr)}) {
         for (const int field : {-1, 0, 1}) {
@@ -95,30 +97,14 @@ TEST(Query, IsRefusedWhenShorterThanTheTable) {
     EXPECT_EQ(table.match_record(0), 1);
     table.addField({"c", DBFieldTypes::text});  // what lay beyond counts now
     EXPECT_EQ(table.match_record(0), 0);
-    for (const char* name : {"a", "b", "c"}) table.removeField(name);
-    EXPECT_EQ(table.match_record(0), 1);  // a query without a field left to look at
 }
 
-// The time zone is the one at the call.
-TEST(Query, SeesADateAsCalendarText) {
-    const char* const kRows[][3] = {
-        // the time zone, the query, which records match
-        {"UTC0", "Thu Jan  1 00:00:00 1970", "101100"}, {"UTC0", "feb 13 23:31:30 2009\n", "010000"},
-        {"XYZ-1", "Feb 14 00:31:30 2009", "010000"},    {"XYZ8", "Wed Dec 31 16:00:00 1969", "101100"},
-        {"UTC0", "Feb  7 06:28:15 2106", "000010"},     {"UTC0", "1234567890", "000000"},
-    };
-    keldb table = table_of("d:M | 0 | 1234567890 | junk | | 4294967295 | 86400");
-    for (const auto& [zone, query, matches] : kRows) {
-        SCOPED_TRACE(std::string(zone) + " " + query);
-        ::setenv("TZ", zone, 1);
-        set_query(table, query);
-        EXPECT_EQ(matches_of(table), matches);
-        EXPECT_EQ(table.matchField(table.get_record(1), 0, TextSearch::Criteria({query, TextSearch::kContains})),
-                  matches[1] == '1');
-    }
-    ::unsetenv("TZ");
-    table.set_fieldtype(0, DBFieldTypes::text);  // what is worked out for a query is worked out anew
-    EXPECT_EQ(matches_of(table), "010000");
+TEST(Query, IsWorkedOutAnewWhenATypeChanges) {
+    keldb table = table_of("d:M | 86400");
+    table.set_query(table.get_record(0));
+    EXPECT_EQ(table.match_record(0), 0);  // calendar text
+    table.set_fieldtype(0, DBFieldTypes::text);
+    EXPECT_EQ(table.match_record(0), 1);
 }
 
 }  // namespace
