@@ -134,13 +134,11 @@ int keldb::set_field(unsigned row, const Cookie& id) {
     dbrecord* record = get_record(row);
     const int field = layout_.find("cookie");
     if (!record || field < 0) return 0;
-    const int replaced = row_ids_.put(id.text(), static_cast<int>(row));
-    try {
-        return record->setField(static_cast<unsigned short>(field), id.asString(false)) ? 1 : 0;
-    } catch (...) {
-        row_ids_.undo_put(id.text(), replaced);  // it must not name a row that does not carry the identifier
-        throw;
-    }
+    const String text = id.asString(false);
+    row_ids_.make_room_for_one();  // so that nothing can fail once the record carries the identifier
+    if (!record->setField(static_cast<unsigned short>(field), text)) return 0;
+    row_ids_.put(text, static_cast<int>(row));
+    return 1;
 }
 
 // --- Adding and removing records ---

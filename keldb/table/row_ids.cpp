@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <utility>
 
 namespace kel {
 namespace {
@@ -44,24 +43,14 @@ int RowIds::find(std::string_view id) const noexcept {
     return index == kFree ? -1 : entries_[index].row;
 }
 
-int RowIds::put(std::string_view id, int row) {
-    const std::size_t before = entries_.size();
-    int& stored = entry_of(id, row).row;
-    return entries_.size() == before ? std::exchange(stored, row) : -1;
-}
-
-void RowIds::undo_put(std::string_view id, int replaced) noexcept {
-    std::uint32_t& index = slots_[slot_of(id, hash_of(id))];
-    if (replaced >= 0) {
-        entries_[index].row = replaced;
-    } else {
-        index = kFree;  // it went in last: nothing is looked for by way of it
-        entries_.pop_back();
-    }
-}
-
-RowIds::Entry& RowIds::entry_of(std::string_view id, int row) {
+void RowIds::make_room_for_one() {
+    if (entries_.size() == entries_.capacity()) entries_.reserve(2 * entries_.size() + 8);
     if (2 * (entries_.size() + 1) > slots_.size()) grow(std::max<std::size_t>(16, 2 * slots_.size()));
+}
+
+template <class Id>
+RowIds::Entry& RowIds::entry_of(const Id& id, int row) {
+    make_room_for_one();
     const std::uint32_t hash = hash_of(id);
     std::uint32_t& index = slots_[slot_of(id, hash)];
     if (index == kFree) {
@@ -70,6 +59,9 @@ RowIds::Entry& RowIds::entry_of(std::string_view id, int row) {
     }
     return entries_[index];
 }
+
+void RowIds::put(const String& id, int row) noexcept { entry_of(id, row).row = row; }
+void RowIds::put_first(std::string_view id, int row) { entry_of(id, row); }
 
 void RowIds::grow(std::size_t slots) {
     std::vector<std::uint32_t> grown(slots, kFree);

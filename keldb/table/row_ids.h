@@ -29,10 +29,10 @@ public:
     void clear() noexcept;
     void reserve(std::size_t count);
 
-    int find(std::string_view id) const noexcept;                        // the row, or -1
-    int put(std::string_view id, int row);                               // returns the row that this replaces, or -1
-    void undo_put(std::string_view id, int replaced) noexcept;           // of the put just before
-    void put_first(std::string_view id, int row) { entry_of(id, row); }  // leaves the row of one that is there
+    int find(std::string_view id) const noexcept;  // the row, or -1
+    void make_room_for_one();
+    void put(const String& id, int row) noexcept;  // replaces the row of one that is there; once there is room
+    void put_first(std::string_view id, int row);  // leaves the row of one that is there
     bool ok() const noexcept;
 
 private:
@@ -44,7 +44,8 @@ private:
     static constexpr std::uint32_t kFree = UINT32_MAX;
 
     std::size_t slot_of(std::string_view id, std::uint32_t hash) const noexcept;
-    Entry& entry_of(std::string_view id, int row);  // made with that row when there is none
+    template <class Id>
+    Entry& entry_of(const Id& id, int row);  // made with that row when there is none
     void grow(std::size_t slots);
 
     Stamp stamp_{0, 0};

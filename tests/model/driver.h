@@ -53,7 +53,10 @@ public:
         static const std::string common[] = {"", "a", "A", "b", " b", "take 2", "take 10", "10:00:00:05"};
         return one_in(3) ? testing_kit::odd_texts()[u8() % testing_kit::odd_texts().size()] : of(common);
     }
-    const char* id() { return of({"M0", "M1", "M2", "M3", "M4", "M5", "M6", "M7"}); }
+    const char* id() {
+        return of({"M0", "M1", "M2", "M3", "M4", "M5", "M6", "M7", "M8", "M9", "Ma", "Mb", "Mc", "Md", "Me", "Mf", "Mg",
+                   "Mh"});
+    }
     const char* value() { return one_in(2) ? id() : text().c_str(); }  // what is searched for
     const char* field_name() {
         return of({"Name", "Cookie", "Tag", "Start time", "End time", "tc", "snd start", "NAME", "cookie", "A&B", "",
@@ -201,7 +204,6 @@ public:
 
 private:
     struct HalfDone {};
-    static constexpr unsigned kMostRows = 200;
     static constexpr std::size_t kMostHandles = 6;
 
     [[noreturn]] void differ(const char* what, const auto& lib, const auto& naive) const {
@@ -238,7 +240,9 @@ private:
         }
     }
     void start() {
-        with_listeners = bytes.one_in(2);
+        const unsigned first = bytes.u8();
+        with_listeners = first % 2 == 0;
+        if (first / 2 % 32 == 31) most_rows = 600;
         std::vector<DBFieldDesc> fields;
         for (TableTwin& t : tables) {
             if (fields.empty() || bytes.one_in(2)) fields = {{bytes.one_in(2) ? "Cookie" : "Name", DBFieldTypes::text}};
@@ -250,6 +254,7 @@ private:
             t.naive = std::make_shared<NaiveTable>("t" + std::to_string(&t - tables), expected);
             for (const DBFieldDesc& field : fields) both(t, [&](auto& x) { return x.addField(field); });
             fill(t, 8 * static_cast<int>(bytes.pick(5)));
+            if (most_rows > 500) both(t, [](auto& x) { return x.add_records(490); });  // nearly a chunk
             listen(t);
         }
     }
@@ -257,16 +262,16 @@ private:
     // take long.
     void prepare_ground() {
         for (TableTwin& t : tables) {
-            const bool many = t.naive->rows.size() > kMostRows;
+            const bool many = t.naive->rows.size() > most_rows;
             if (t.naive->show != 0 && (many || bytes.one_in(8))) both(t, [](auto& x) { x.set_show_tags_only(0); });
-            if (many) both(t, [](auto& x) { x.delete_records(kMostRows / 2, 10000); });
+            if (many) both(t, [&](auto& x) { x.delete_records(most_rows - 100, 10000); });
             if (t.naive->rows.size() < 4 && bytes.one_in(4)) {
                 fill(t, 12);
                 check();
             }
         }
         for (ViewTwin& v : slots) {
-            if (v.naive->size() > kMostRows) both(v, [](auto& x) { x.remove(kMostRows / 2, 10000); });
+            if (v.naive->size() > most_rows) both(v, [&](auto& x) { x.remove(static_cast<int>(most_rows) - 100, 10000); });
         }
         if (slots.size() > kMostHandles) slots.erase(slots.begin());
         if (slots.size() < 2) make_view(table());
@@ -340,6 +345,7 @@ private:
 
     const Kind* kind = nullptr;  // what runs now
     bool with_listeners = false;
+    unsigned most_rows = 200;
     Log heard, expected;
     Outcome outcome;
     TableTwin tables[2];

@@ -95,11 +95,6 @@ auto retried(const auto& work) {
     }
 }
 
-void set_identifier(H h) {  // the others must still be known
-    retried([&h] { return h.table.set_field(2, long_id()); });
-    h.result = std::to_string(h.table.getRowIndexByID(Cookie("M6", false)));
-}
-
 void write_container(H h) {
     DBFieldDesc fields[] = {{"Cookie", DBFieldTypes::text}, {"Notes", DBFieldTypes::text}, {}};
     QVContainerFile::Writer writer(fields);
@@ -126,7 +121,6 @@ const Operation kOperations[] = {
     {"add_param", [](H h) { h.table.add_param("a name of many bytes", "and a value as long as that"); }},
     {"add_records", [](H h) { h.table.add_records(9); }, whole, [](H h) { h.table.add_records(490); }},
     {"insert_records", [](H h) { h.table.insert_records(1, 9); }, whole, [](H h) { h.table.add_records(490); }},
-    {"set_field id", set_identifier, whole, [](H h) { h.table.getRowIndexByID(long_id()); }},
     {"copy", [](H h) { h.made = std::make_unique<keldb>(h.table); }},
     {"assignment", [](H h) { h.table = h.other; }},
     {"merge_all_matching", [](H h) { h.table.merge_all_matching(&h.other); }, record_wise},

@@ -1,9 +1,9 @@
-// A table's life and fields, its update brackets, copies, assignment, records taken from other tables, and its map of
-// identifiers.
+// A table's life and fields, its update brackets, the numbers it is given, copies, assignment, and records taken from
+// other tables.
 #include <ctime>
 
 #include "keldb/search/record_order.h"
-#include "keldb/table/row_ids.h"
+#include "tests/testing/allocation_faults.h"
 #include "tests/testing/kit.h"
 
 namespace {
@@ -163,6 +163,56 @@ TEST(TableUpdates, AnnounceTheIdentifiersOfTheOutermostBracket) {
     EXPECT_FALSE(table.update(&block, -1) || table.update(&block, 4) || table.update(nullptr, 0));
 }
 
+// --- Numbers inside, at the edge and absurd ---
+
+std::vector<unsigned> arguments(unsigned n) {
+    return {0, 1, n - 1, n, n + 1, 65535, 65536, 65537, INT_MAX, 1U << 31, UINT_MAX};
+}
+
+TEST(Arguments, NamingRowsFieldsAndParameters) {
+    keldb table = table_of("name:a Cookie:a Start~time:t | x | y");
+    table.add_param("p", "v");  // behind the revision
+    for (const unsigned n : arguments(2)) {
+        char first[2];  // with the zero byte behind it
+        table.clear_changed();
+        table.copy_record(0, &table, static_cast<int>(n));
+        const int copied = table.get_changed();
+        table.clear_changed();
+        table.copy_record(static_cast<int>(n), &table, 0);
+        const int i = static_cast<int>(n), done = table.in_field(n, 0, first, 1) + copied + table.get_changed();
+        EXPECT_EQ(done + (table.get_nth_param_name(i) != nullptr) + (table.get_nth_param_val(i) != nullptr),
+                  n < 2 ? 5 : 0)
+            << n;
+    }
+    for (const unsigned n : arguments(3)) {
+        const int done = table.setField(0, n, "1") + (*table.get_fieldname(n) != 0) + (table.get_field_type(n) != 0) +
+                         (table.get_fieldsize(n) != 0);
+        EXPECT_EQ(done, n < 3 ? 4 : 0) << n;
+    }
+}
+
+// What is refused, or ends in bad_alloc, leaves the table as it was.
+TEST(Arguments, CountsAndPositions) {
+    EXPECT_GE(live_blocks(), 0);  // brings in the operators that refuse absurd requests
+    for (const unsigned at : arguments(3)) {
+        for (const unsigned count : arguments(3)) {
+            SCOPED_TRACE(std::to_string(at) + ", " + std::to_string(count));
+            keldb table = lettered_table(3);
+            table.delete_records(at, count);
+            std::string names = "abc";
+            if (at < 3) names.erase(at, count);
+            if (count >= INT_MAX) {
+                EXPECT_THROW(table.insert_records(at, count), std::bad_alloc);
+                EXPECT_THROW(table.add_records(INT_MAX), std::bad_alloc);
+                EXPECT_EQ(table.add_records(INT_MIN), static_cast<int>(names.size()));
+            }
+            for (unsigned row = 0; row < table.get_num_records(); ++row)
+                EXPECT_EQ(table[row].field_text(0)[0], names[row]);
+            EXPECT_TRUE(table.get_num_records() == names.size() && table.ok());
+        }
+    }
+}
+
 // --- Copies and assignment ---
 
 // With its parameters but the first; the flags valid, error, changed and tags-only; the match of the first record
@@ -245,29 +295,6 @@ TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
     table.copy_record(0, &shown, 0);  // of another width: nothing
     table.copy_record(0, nullptr, 0);
     EXPECT_EQ(text_of(table), "a:a b:a | *1,x | 1, | 1,x | 2,y | 1,");
-}
-
-TEST(RowIds, AgreeWithAMap) {
-    Random random(5);
-    kel::RowIds ids;
-    std::map<std::string, int> twin;
-    for (int step = 0; step < 12000; ++step) {
-        const std::string id = "M" + std::to_string(random.below(150)) + std::string(random.below(3), '\0');
-        const int row = static_cast<int>(random.below(1000));
-        const unsigned what = random.below(600);
-        if (what == 0) ids.clear(), twin.clear();
-        if (what < 9) ids.reserve(random.below(200));
-        if (what % 2 == 0) {
-            const int replaced = ids.put(id, row);
-            ASSERT_EQ(replaced, twin.contains(id) ? twin[id] : -1);
-            if (what % 4 == 0) ids.undo_put(id, replaced);
-            if (what % 4 == 2) twin[id] = row;
-        }
-        if (what % 2 == 1) ids.put_first(id, row), twin.try_emplace(id, row);
-        const std::string asked = "M" + std::to_string(random.below(150));
-        ASSERT_EQ(ids.find(asked), twin.contains(asked) ? twin[asked] : -1);
-        ASSERT_TRUE(ids.ok());
-    }
 }
 
 }  // namespace
