@@ -290,11 +290,6 @@ void FieldValues::free_block(Block* block) noexcept {
     if (block && !block->embedded) ::operator delete(block);
 }
 
-std::size_t FieldValues::memory() const noexcept {
-    if (!block_) return 0;
-    return block_->size + (form_ == Form::open ? open().before().memory() : 0);
-}
-
 bool FieldValues::ok() const noexcept {
     if (!block_) return stored_ == 0 && form_ == Form::narrow;
     if (form_ != Form::open) return stored_ <= count_ && packed([](auto block) { return block.ok(); });

@@ -139,7 +139,6 @@ public:
     void erase(unsigned short i) noexcept;  // later values move down by one
 
     const void* address() const noexcept { return block_; }  // where the texts lie, for loops that fetch ahead
-    std::size_t memory() const noexcept;                     // bytes of its blocks, shared texts not counted
     bool ok() const noexcept;                                // the invariants above
 
 private:

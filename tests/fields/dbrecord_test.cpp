@@ -1,5 +1,5 @@
-// One row: typed reads and writes at the edge of text, flags, shape, and the labels handed to a configuration block;
-// and the names of types in files.
+// One row: its texts, typed reads and writes at the edge of text, flags, shape, and the labels handed to a
+// configuration block; and the names of types in files.
 #include "keldb/fields/dbrecord.h"
 
 #include <iomanip>
@@ -26,6 +26,45 @@ TEST(RecordNumbers, AreStoredAsPrintfWritesThem) {
     bool truth = true;
     EXPECT_EQ(record.in_field(0, number) + record.in_field(2, truth), 2);
     EXPECT_TRUE(number == INT_MIN && !truth);
+}
+
+// As loaded or made blank, written to, and copied. A text that was handed out stays as it is until its value is written
+// or the count changes.
+TEST(RecordTexts, AgreeWithAVectorOfStrings) {
+    keldb loaded;
+    load_bytes(loaded, "KELDB:Rev 1\nKELDB\n1,1,1,1\na,a,a,a\nn,m,o,p\nloaded,,a text of more than fifteen bytes,x\n");
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        Random random(seed);
+        dbrecord record(loaded[0]), blank(static_cast<unsigned short>(random.below(200)));
+        if (seed % 2 == 0) record = blank;
+        std::vector<std::string> twin;
+        for (unsigned i = 0; i < record.get_num_fields(); ++i) twin.emplace_back(record.field_text(i));
+        std::vector<std::pair<unsigned short, const char*>> held;
+        for (unsigned step = 0; step < 200 && !twin.empty(); ++step) {
+            const auto i = static_cast<unsigned short>(random.below(twin.size()));
+            const unsigned kind = random.below(40);
+            std::erase_if(held, [&](const auto& text) { return kind == 0 || (kind < 20 && text.first == i); });
+            if (kind == 0) {
+                record.removeField(i);
+                twin.erase(twin.begin() + i);
+            } else if (kind < 15) {  // around the limit of 16-bit offsets, too
+                twin[i] = random.one_in(32) ? std::string(65500 + random.below(256), 'x') : random.of(odd_texts());
+                record.setField(i, String(twin[i]));
+            } else if (kind < 20) {  // from a text of the very same record
+                const auto from = random.below(twin.size());
+                const std::size_t at = random.below(twin[from].size() + 1);
+                record.set_field(i, record.field_text(from).substr(at), false);
+                twin[i] = std::string(twin[from], at);
+            } else {
+                held.emplace_back(i, kind < 30 ? record.get_field(i) : record.getField(i).c_str());
+            }
+            const dbrecord copy(record);
+            for (const dbrecord* each : {&copy, static_cast<const dbrecord*>(&record)}) {
+                for (unsigned k = 0; k < twin.size(); ++k) ASSERT_EQ(each->field_text(k), twin[k]) << seed;
+            }
+            for (const auto& [k, text] : held) ASSERT_EQ(std::string_view(text, twin[k].size() + 1), twin[k] + '\0');
+        }
+    }
 }
 
 // The buffer has length + 1 bytes and not one more.

@@ -271,7 +271,8 @@ private:
             }
         }
         for (ViewTwin& v : slots) {
-            if (v.naive->size() > most_rows) both(v, [&](auto& x) { x.remove(static_cast<int>(most_rows) - 100, 10000); });
+            if (v.naive->size() > most_rows)
+                both(v, [&](auto& x) { x.remove(static_cast<int>(most_rows) - 100, 10000); });
         }
         if (slots.size() > kMostHandles) slots.erase(slots.begin());
         if (slots.size() < 2) make_view(table());

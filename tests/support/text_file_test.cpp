@@ -1,8 +1,5 @@
 // A TextFile holds the lines of a file; read one by one through a window they are the same, and so are lines written in
 // pieces. A read that fails half-way is no shorter file. Here lines are one text, each ended by LF.
-#include <sys/stat.h>
-#include <thread>
-
 #include "keldb/support/read_window.h"
 #include "tests/testing/faulty_platform.h"
 #include "tests/testing/kit.h"
@@ -61,16 +58,6 @@ TEST(TextFile, SplitsEveryShortTextAndGrows) {
     for (std::size_t length = 0; length <= 6; ++length) {
         every_text(std::string_view("a\r\n\0", 4), length, expect_split);
     }
-}
-
-TEST(TextFile, GoesThroughAPipe) {
-    const TempDir folder;
-    const std::string pipe = folder.path("pipe"), sent = "a\n" + std::string(200'000, 'x') + "\nend\n";
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    std::thread writer([&] { EXPECT_TRUE(TextFile::fromBytes(sent).save(wide(pipe), 1)); });
-    EXPECT_TRUE(lines_of_file(pipe, false) == sent);
-    writer.join();
-    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 TEST(TextFile, AFaultyReadIsNoShorterFile) {

@@ -1,7 +1,6 @@
 // The small values of the suite.
 #include "keldb/support/assoc_list.h"
 #include "keldb/support/conversions.h"
-#include "keldb/support/settings.h"
 #include "keldb/support/timecode.h"
 #include "keldb/support/watchdog.h"
 #include "tests/testing/kit.h"
@@ -57,16 +56,6 @@ TEST(Timecode, TwoForms) {
         EXPECT_EQ(code.get_punctuated_str(), forms[1]);
         EXPECT_EQ(code.get_database_str(), forms[2]);
     }
-}
-
-TEST(Settings, AreReadFromTheEnvironment) {
-    // The value, then the text, for the default 5 and the range -10 to 100.
-    for (const std::string& row : pieces("5:|5:x|5:-|7:7|7: +7x|-3:-3|100:101|-10:-99999999999|100:99999999999")) {
-        ::setenv("KELDB_TEST_SETTING", row.c_str() + row.find(':') + 1, 1);
-        EXPECT_EQ(config_int("test_Setting", 5, -10, 100), std::stoi(row)) << row;
-    }
-    EXPECT_EQ(config_int("absent", 5, -10, 100) + config_int(nullptr, 5, -10, 100), 10);
-    EXPECT_EQ(config_int(std::string(1'000, 'k').c_str(), 5, -10, 100), 5);
 }
 
 TEST(Log, GoesToTheSinkLineByLine) {

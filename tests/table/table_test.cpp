@@ -91,20 +91,6 @@ TEST(TableTexts, StayWhereTheyAreWhileOthersComeAndGo) {
     }
 }
 
-TEST(TaggedDeletion, EndsWithTheLastRunAndWhenTaggedRecordsAreShownAlone) {
-    const std::tuple<void (*)(keldb&), int, const char*> kListeners[] = {
-        // appended behind the last run, and then once more when that is gone
-        {[](keldb& t) { add_record(t, "*new"), add_record(t, "*new"); }, 4, "n:a | b | *new | *new"},
-        {[](keldb& t) { t.set_show_tags_only(1); }, 1, "n:a | *c"},
-    };
-    for (const auto& [act, deleted, left] : kListeners) {
-        keldb table = table_of("n:a | *a | b | *c");
-        const auto guard = listen(table, kel::records_deleted_type(), [&, act = act](auto&) { act(table); });
-        EXPECT_EQ(table.delete_tagged_records(), deleted);
-        EXPECT_EQ(text_of(table), left);
-    }
-}
-
 TEST(DerivedTable, ReachesStoredRecordsParametersAndErrors) {
     struct Derived : keldb {
         using keldb::fill_error_info, keldb::find_param, keldb::get_raw_record, keldb::get_raw_tag;
