@@ -33,6 +33,10 @@ TEST(Orders, StandAsWritten) {
         // the table, its order, the ranks of its records
         {"a:a | take 2 | take 10 | Zoo | zoo | ", {{0}, 0, 0, 1}, "01223"},
         {"a:a | take 10 | take 2 | Zoo | zoo | ", {{0}, 0, 1, 1}, "01223"},
+        {"a:a | ! | 0 | 00 | 01 | 1 | 2 | 10 | 10a | 10b | 0011 | a | Take | TAKE 02 | take 2 | take 2a | take 10 | "
+         "take 99999999999999999999 | take 100000000000000000000 | take x | \xC3\xA9",
+         {{0}, 0, 0, 1},
+         "abcdefghijklmnopqrst"},
         // After empty keys no other is looked at.
         {"a:a b:a | x,1 | x,2 | y, | ,2 | ,1 | ,", {{0, 1}, 0, 0, 1}, "012334"},
         {"a:a b:a | y, | x,2 | x,1 | ,2 | ,1 | ,", {{0, 1}, 0, 0, -1}, "012345"},

@@ -7,7 +7,6 @@
 
 #include <cfloat>
 #include <climits>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
