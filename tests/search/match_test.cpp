@@ -73,19 +73,6 @@ TEST(Query, MatchesByTypeAndRange) {
     ::unsetenv("TZ");
 }
 
-TEST(Query, MatchesNothingWithoutARecordOrField) {
-    keldb table = table_of("snd~start:a | x");
-    table.set_query(table.get_record(0));
-    const TextSearch::Criteria wanted({"x", TextSearch::kContains});
-    for (const dbrecord* const record : {table.get_record(0), static_cast<dbrecord*>(nullptr)}) {
-        for (const int field : {-1, 0, 1}) {
-            EXPECT_EQ((table.*&Inside::match_field)(record, field) != 0, field == 1 || (record && field == 0));
-            EXPECT_EQ((table.*&Inside::found_in_special_label_field)(record, field), record && field == 0);
-            EXPECT_EQ(table.matchField(record, static_cast<unsigned short>(field), wanted), record && field == 0);
-        }
-    }
-}
-
 TEST(Query, IsRefusedWhenShorterThanTheTable) {
     keldb table = table_of("a:a b:a | x,y");
     dbrecord narrow(1), wide(3);

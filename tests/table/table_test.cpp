@@ -51,27 +51,6 @@ TEST(TableFields, TakeAtMostWhatARecordCounts) {
     EXPECT_TRUE(table.get_num_fields() == 65535U && table.ok());
 }
 
-TEST(TableTags, ShownAloneKnowTheirNumbers) {
-    keldb table = table_of("n:a | a | *b | c | *d");
-    table.set_show_tags_only(1);
-    const int raw_of[] = {1, 3, -1}, shown_of[] = {-1, 0, -1, 1, -1};
-    for (unsigned i = 0; i < 3; ++i) EXPECT_EQ(table.get_raw_row(i), raw_of[i]);
-    for (unsigned i = 0; i < 5; ++i) EXPECT_EQ(table.get_new_row(i), shown_of[i]);
-    table.set_show_tags_only(0);
-    EXPECT_EQ(table.get_raw_row(3) + table.get_new_row(2), 5);
-}
-
-TEST(TableFields, AreTheSameByNameAndPlaceAlone) {
-    keldb table = table_of("a:a B:t");
-    const std::pair<const char*, bool> kOthers[] = {
-        {"a:t B:a", true}, {"a:a b:t", false}, {"B:t a:a", false}, {"a:a", false}};
-    for (const auto& [fields, same] : kOthers) {
-        keldb other = table_of(fields);
-        EXPECT_EQ(table.sameColumns(&other), same) << fields;
-    }
-    EXPECT_FALSE(table.sameColumns(nullptr));
-}
-
 TEST(TableTexts, StayWhereTheyAreWhileOthersComeAndGo) {
     std::string bytes = "KELDB:Rev 1\nName:cl#ip\nKELDB\n1,1\ntext,text\na,b\nx,y\n";
     bytes[bytes.find('#')] = '\0';
@@ -101,7 +80,9 @@ TEST(DerivedTable, ReachesStoredRecordsParametersAndErrors) {
     table.setField(2, 0, "M1");
     table.set_tag(2, 257);
     table.set_show_tags_only(1);
-    EXPECT_EQ(table.get_raw_tag(1) * 100 + table.get_raw_tag(2) * 10 + table.get_raw_tag(3), 9);  // 0, 1, -1
+    EXPECT_EQ(table.get_raw_tag(1) * 100 + table.get_raw_tag(2) * 10 + table.get_raw_tag(3), 9);    // 0, 1, -1
+    EXPECT_EQ(table.get_raw_row(0) * 100 + table.get_raw_row(1) * 10 + table.get_new_row(2), 190);  // 2, -1, 0
+    EXPECT_EQ(table.get_new_row(1) + table.get_new_row(3), -2);
     for (const int row : {0, 1}) {
         EXPECT_EQ(static_cast<int>(table.get_num_records()), row + 1);
         EXPECT_EQ(table.getRowIndexByID(Cookie("M1", false)), row);
@@ -170,10 +151,14 @@ TEST(Arguments, NamingRowsFieldsAndParameters) {
                   n < 2 ? 5 : 0)
             << n;
     }
+    int number = 0;
+    double real = 0;
+    bool truth = false;
     for (const unsigned n : arguments(3)) {
         const int done = table.setField(0, n, "1") + (*table.get_fieldname(n) != 0) + (table.get_field_type(n) != 0) +
-                         (table.get_fieldsize(n) != 0);
-        EXPECT_EQ(done, n < 3 ? 4 : 0) << n;
+                         (table.get_fieldsize(n) != 0) + table.in_field(0, n, number) + table.in_field(0, n, real) +
+                         table.in_field(0, n, truth);
+        EXPECT_EQ(done, n < 3 ? 7 : 0) << n;
     }
 }
 
@@ -271,6 +256,9 @@ TEST(TableMerging, AppendsByFieldNameAndConvertsTimecodes) {
     }
     keldb table = table_of("a:a b:a | *1,x | 2,y"), shown = table_of("a:a | *1 | 2"),
           unlike = table_of("b:t c:a | 9,9");
+    keldb typed = table_of("a:t b:t");
+    EXPECT_TRUE(table.sameColumns(&typed) && !table.sameColumns(nullptr));  // by name and place alone
+    EXPECT_FALSE(table.sameColumns(&shown) || unlike.sameColumns(&typed));
     EXPECT_EQ(shown.merge_all_matching(&unlike) + shown.merge_all_matching(nullptr), 0);
     EXPECT_EQ(table.merge_all_matching(&table), 1);
     shown.set_show_tags_only(1);
