@@ -24,6 +24,14 @@ public:
         base()->add_listener(this);
     }
     ~NaiveView() override { base()->drop_listener(this); }
+    // What a detached view stands on: nothing is there, and nothing is taken in.
+    static NaiveTable* nowhere() {
+        static Log unheard;
+        static NaiveTable table("nowhere", unheard);
+        table.show = 1;
+        return &table;
+    }
+    bool detached() const { return table_ == nowhere(); }
     void odb(NaiveTable* table) {
         if (table == table_) return;
         base()->drop_listener(this);
@@ -47,12 +55,15 @@ public:
     int find(const RowPtr& row) const {
         return first_where([&](unsigned i) { return row && record(i) == row; });
     }
-    int findFirst(const char* field, const char* value, int) { return table_->findFirst(field, value, 0); }
+    int match_record(int row) const { return detached() ? 0 : NaiveBase::match_record(row); }
+    int findFirst(const char* field, const char* value, int) {
+        return detached() ? 0 : table_->findFirst(field, value, 0);
+    }
 
     // --- Showing ---
 
     int displayRecordsAt(int row, int count, int position) {
-        if (row < 0 || count <= 0) return 0;
+        if (row < 0 || count <= 0 || detached()) return 0;
         const auto added = entries.insert(entries.begin() + clamped(position), static_cast<unsigned>(count), Entry());
         std::iota(added, added + count, static_cast<unsigned>(row));
         return count;
@@ -151,7 +162,7 @@ public:
     int add_records(int count) override {
         const unsigned before = size();
         insert_records(before, static_cast<unsigned>(std::max(count, 0)));
-        return count <= 0 || size() > before ? as_int(before) : -1;
+        return count <= 0 || size() > before || detached() ? as_int(before) : -1;
     }
 
     // --- Tags and order ---

@@ -142,12 +142,13 @@ struct Operations {
         special("view.make", [](Driver& d) { d.make_view(d.table()); });
         special("view.newTagSubview", [](Driver& d) {
             const ViewTwin v = d.view();
-            if (v.naive->base_view() && v.naive->base_view()->base_view()) return;  // three levels are enough
+            if (v.naive->detached() || (v.naive->base_view() && v.naive->base_view()->base_view())) return;
             ODBViewRep* const made = d.done([&] { return v.lib->newTagSubview(); });
             d.put_view(made, v.naive->table(), v.naive).displayTaggedRecordsAt(0);
         });
         special("view.copy", [](Driver& d) {
             const ViewTwin v = d.view();
+            if (v.naive->detached()) return;
             ODBViewRep* const made = d.done([&] { return v.lib->copy(); });
             d.put_view(made, v.naive->table(), v.naive->base_view()).entries = v.naive->entries;
         });
@@ -174,6 +175,12 @@ struct Operations {
         view("setupViewTags", [](auto& t, A) { t.setupViewTagsFromKeldbTagField(); });
         view("displayRecordsAt set", [](auto& t, A a) { return t.displayRecordsAt(a.set_of_ids(), a.at); });
         view("displayAllWithBaseTags", [](auto& t, A) { t.displayAllRecordsWithBaseTagStatus(); });
+        special("view.detach", [](Driver& d) {
+            const ViewTwin& v = d.view();
+            if (v.naive->stood_upon() || !d.bytes.one_in(4)) return;
+            d.done([&] { return v.lib->odb(nullptr), 0; });
+            v.naive->odb(NaiveView::nowhere());
+        });
     }
 };
 

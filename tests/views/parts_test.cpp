@@ -138,30 +138,6 @@ TEST(ViewHandles, MayHoldNoViewOrADetachedOne) {
     EXPECT_TRUE(!above->isSubview() && view->refs() == 1U && above->params().entries().empty());
 }
 
-TEST(ViewHandles, ADetachedViewShowsTagsAndChangesNothing) {
-    keldb table = table_of("name:a Tag:a Cookie:a | *a,1,M1 | b,,M2");
-    const ODBView attached = view_showing(table, "0* 1");
-    ODBViewRep v(&table);
-    v.odb(nullptr);
-    v.displayAllRecords(), v.displayAllRecordsWithBaseTagStatus(), v.setupViewTagsFromKeldbTagField();
-    v.displayTaggedRecordsAt(0), v.append(0), v.insertBlankRecords(0, 1), v.insert_records(0, 1);
-    v.set_all_tags(1), v.invert_all_tags(), v.set_tag(0, 1), v.invert_tag(0), v.tagAll(true), v.invertAllTags();
-    v.tagBaseFromTags(), v.sort(1, 0), v.removeRecordsFromBaseView(0, 1), v.deleteRecords(0, 2), v.delete_records(0, 2);
-    v.set_sortfield(0), v.set_sort_offset(0), v.set_query(nullptr);
-    CookieSet ids;
-    ids.add(Cookie("M1", false));
-    const int shown = v.displayRecordsAt(0, 1, 0) + v.displayRecordsAt(ids, 0) + v.displayAllFromAt(attached, 0) +
-                      v.displayMatchAt("name", "a", 0);
-    const int removed = v.removeSome(&ODBViewRep::tag) + v.removeTagged() + v.removeNonTagged() + v.deleteTagged();
-    const int tagged = v.countTags() + v.tagMatches(0) + v.tagDuplicates(0) + v.tagDuplicatesOrdered(0) +
-                       v.tag_matching_records(0) + v.tag_all_different(0) + v.get_num_tags();
-    const int stored = v.set_field(0, 0, "x") + v.set_field(0, 0, 1) + v.set_field(0, 0, 1.5) +
-                       v.set_field(0, 0, true) + v.set_field(0, Cookie("M3", false)) + v.baseIndex(0);
-    EXPECT_TRUE(shown == 0 && removed == 0 && tagged == 0 && stored == 0) << shown << removed << tagged << stored;
-    EXPECT_TRUE(v.size() == 0 && v.ok());
-    EXPECT_EQ(text_of(table), "name:a Tag:a Cookie:a | *a,1,M1 | b,,M2");
-}
-
 TEST(SmallStack, HoldsAHundredStackedViews) {  // an overflow ends the child
     const auto stack_them = [] {
         const rlimit small = {512 << 10, 512 << 10};
