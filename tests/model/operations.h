@@ -37,8 +37,9 @@ struct Args {
         for (std::size_t i = 0; i < ids().size(); ++i) some.add(ids()[i]);
         return some;
     }
-    std::unique_ptr<dbrecord> query() const {
-        auto made = std::make_unique<dbrecord>(static_cast<unsigned short>(table.fields.size()));
+    std::unique_ptr<dbrecord> query() const {  // now and then narrower or wider than the table
+        const int width = std::max(0, static_cast<int>(table.fields.size()) + (count - 1) / 2);
+        auto made = std::make_unique<dbrecord>(static_cast<unsigned short>(width));
         made->set_field(key, text, false);
         if (flag) made->set_field(count, value, false);
         return made;

@@ -46,6 +46,8 @@ TEST(Query, MatchesByTypeAndRange) {
         SCOPED_TRACE(std::string(fields) + " / " + query + " / " + zone);
         ::setenv("TZ", zone, 1);
         keldb table = table_of(fields);
+        table.set_query(nullptr);
+        table.setQuery({});
         EXPECT_EQ(table.match_record(0), -1);  // no query yet
         const std::vector<std::string> wanted = pieces(query, ',');
         const std::unique_ptr<dbrecord> example(table.make_dummy_record());
@@ -71,27 +73,6 @@ TEST(Query, MatchesByTypeAndRange) {
         EXPECT_EQ(table.match_record(-1), -1);
     }
     ::unsetenv("TZ");
-}
-
-TEST(Query, IsRefusedWhenShorterThanTheTable) {
-    keldb table = table_of("a:a b:a | x,y");
-    dbrecord narrow(1), wide(3);
-    wide.set_field(2, "beyond", false);
-    table.set_query(&wide);
-    table.set_query(&narrow);
-    table.set_query(nullptr);
-    table.setQuery({});
-    EXPECT_EQ(table.match_record(0), 1);
-    table.addField({"c", DBFieldTypes::text});  // what lay beyond counts now
-    EXPECT_EQ(table.match_record(0), 0);
-}
-
-TEST(Query, IsWorkedOutAnewWhenATypeChanges) {
-    keldb table = table_of("d:M | 86400");
-    table.set_query(table.get_record(0));
-    EXPECT_EQ(table.match_record(0), 0);  // calendar text
-    table.set_fieldtype(0, DBFieldTypes::text);
-    EXPECT_EQ(table.match_record(0), 1);
 }
 
 }  // namespace

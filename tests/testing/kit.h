@@ -26,4 +26,13 @@
 
 using namespace testing_kit;
 
+// What is logged while it lives.
+struct Logged {
+    Logged() {
+        setLogSink([](const char* message, void* to) { *static_cast<std::string*>(to) += message; }, &text);
+    }
+    ~Logged() { setLogSink(nullptr, nullptr); }
+    std::string text;
+};
+
 #endif

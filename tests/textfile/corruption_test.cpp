@@ -40,7 +40,7 @@ TEST(Corruption, KeepsTheRecordsBeforeIt) {
     ASSERT_EQ(original.size(), 8U);
     const std::ptrdiff_t header_lines = std::count(file.begin(), file.end(), '\n') - 7;
     int files = 0, silent_losses = 0, unreported = 0;
-    setLogSink([](const char*, void*) {}, nullptr);
+    const Logged log;
     every_damage(file, [&](const std::string& bytes) {
         if (bytes == file) return;
         ++files;
@@ -58,7 +58,6 @@ TEST(Corruption, KeepsTheRecordsBeforeIt) {
         left.resize(static_cast<std::size_t>(1 + whole));
         EXPECT_EQ(left, PlainTable(original.begin(), original.begin() + 1 + whole)) << bytes;
     });
-    setLogSink(nullptr, nullptr);
     std::cout << "REL damaged_files=" << files << "\nREL silent_losses=" << silent_losses
               << "\nREL silent_losses_without_finding=" << unreported << '\n';
 }

@@ -10,15 +10,6 @@ std::string bytes_of(std::string file) {
     return file;
 }
 
-// Collects what is logged while it lives.
-struct Log {
-    Log() {
-        setLogSink([](const char* message, void* to) { *static_cast<std::string*>(to) += message; }, &text);
-    }
-    ~Log() { setLogSink(nullptr, nullptr); }
-    std::string text;
-};
-
 std::string error_of(const keldb& table) {
     dberror e;
     if (table.read_error_info(e) == 0) return "";
@@ -135,7 +126,7 @@ TEST(Loader, EndsInADefinedStateOnEveryFault) {
         const bool csv = std::string_view(name).ends_with(".csv");
         write_file(folder.path(name), bytes_of(file));
         table.set_filename(wide(folder.path(name)));
-        Log log;
+        Logged log;
         EXPECT_EQ(load_fault(bytes_of(file), csv), "");
         log.text.clear();
         LoadReport report;
@@ -183,7 +174,7 @@ TEST(Loader, AppendsToATableThatHasItsFields) {
     };
     const TempDir folder;
     for (const auto& [text, skip, most, outcome] : kAppends) {
-        Log log;
+        Logged log;
         keldb table;
         for (const char* name : {"a", "b"}) table.addField({name, DBFieldTypes::text});
         TextFile file = TextFile::fromBytes(bytes_of(text));

@@ -74,7 +74,7 @@ keldb odd_table(Random& random) {
 
 // Kinds of loss count that some table had alone.
 TEST(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
-    setLogSink([](const char*, void*) {}, nullptr);
+    const Logged log;
     Random random(2);
     int equal = 0;
     std::set<std::pair<Kind, Reason>> lossy;
@@ -89,7 +89,6 @@ TEST(RoundTrip, NamesExactlyWhatDoesNotComeBack) {
     }
     EXPECT_TRUE(equal > 2000 && equal < 18000) << equal;
     std::cout << "REL lossy_classes=" << lossy.size() << '\n';
-    setLogSink(nullptr, nullptr);
 }
 
 TEST(RoundTrip, SaysWhatIsLostAndWhy) {

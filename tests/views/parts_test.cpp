@@ -70,8 +70,7 @@ TEST(ViewMaking, ShowsDescribesAndCarriesWhatItShould) {
     view->add_param("name", "own");
     const ODBView above = subview_showing(view, "3 2 1*");
     const char* names[] = {"Start time", nullptr};
-    std::string logged;
-    setLogSink([](const char* message, void* log) { *static_cast<std::string*>(log) += message; }, &logged);
+    const Logged log;
     const std::tuple<ODBView, const char*, const char*, const char*, const char*> kMade[] = {
         // what it shows, its field spec, the fields that this names, and the parameter Name
         {ODBView(&table), "", "name,Start time", "name Start time", "clip"},
@@ -84,8 +83,7 @@ TEST(ViewMaking, ShowsDescribesAndCarriesWhatItShould) {
         {view.copyWithNewBaseView(), "2 0* 2", "name,Start time", "name Start time", "own"},
         {above.copyWithNewBaseView(), "2 0*", "name,Start time", "name Start time", "own"},
     };
-    setLogSink(nullptr, nullptr);
-    EXPECT_EQ(logged, "Warning: ODBView::fieldSpec, non-existant fieldname \"Name\".\n");
+    EXPECT_EQ(log.text, "Warning: ODBView::fieldSpec, non-existant fieldname \"Name\".\n");
     for (const auto& [made, shows, spec, fields, name] : kMade) {
         std::string expected = shows;
         expected.append("\nfieldSpec: ").append(spec).append("\nfields: (").append(fields);
