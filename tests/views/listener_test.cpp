@@ -87,6 +87,7 @@ const Script kScripts[] = {
     {"releases all", true, [](World& w) { w.view = w.above = w.later = ODBView(); }},
     {"makes more views", false, [](World& w) { w.later = ODBView(w.view, true), w.above = w.view.copy(); }},
     {"attaches the view above elsewhere", false, [](World& w) { w.above->odb(&w.other); }},
+    {"detaches the view above", false, [](World& w) { w.above->odb(nullptr); }},
     {"detaches and attaches again", false, [](World& w) { w.later->odb(nullptr), w.later->odb(&w.table); }},
     {"attaches the view elsewhere, under the one above", false, [](World& w) {
         w.view->odb(&w.other), w.view->displayAllRecords(), w.above->displayAllRecords(), w.above->sort(1, 0);
@@ -104,6 +105,13 @@ const std::pair<std::string, void (*)(World&)> kActs[] = {
         w.in_order = false;
         w.above->removeTagged();
         EXPECT_FALSE(w.view && w.view->member(d));
+    }},
+    {"", [](World& w) {
+        w.in_order = false;
+        w.above->displayAllRecords();
+        if (w.view) w.view->displayAllRecords();
+        for (unsigned row = 0; w.view && w.view->odb() == &w.table && row < w.table.get_num_records(); ++row)
+            EXPECT_TRUE(w.view->member(w.table.get_record(row)));
     }},
     {"", [](World&) {}},  // the script runs in what follows every act
 };
