@@ -33,79 +33,62 @@ std::string answers(const Reader& reader) {
     return text.str();
 }
 
-const std::string kItems = "clip-1:one,10=20 | clip-2:,2.50000000=4.5 | ";
+DBFieldDesc fields[4] = {
+    {"Name", DBFieldTypes::text}, {"COOKIE", DBFieldTypes::text}, {"Size", DBFieldTypes::number}, {}};
 
-struct Container : testing::Test {
-    Container() {
-        setLogSink([](const char*, void*) {}, nullptr);
-        writer.setName("Reels");
-        writer.setPermanent(false);
-        writer.setName("Clips");
-        Writer::Item one = writer.addItem(Cookie("clip-1", true));
-        one.setAttrib(kName, " \t\none");
-        one.setAttrib(kSize, 10);
-        writer.addItem(Cookie("clip-2", true)).setAttrib(kSize, 2.5);
-    }
+void set_each_way(Writer::Item item, unsigned index) {
+    item.setAttrib(index, "x"), item.setAttrib(index, 1), item.setAttrib(index, 1.5);
+}
 
-    std::string answers_of(Writer& container) const {
-        container.save(wide(path));
-        return answers(Reader(wide(path), false));
-    }
-
-    TempDir folder;
+TEST(Container, ReadsBackWhatItWrites) {
+    const TempDir folder;
     const std::string path = folder.path("Clips.v2.rak");
-    DBFieldDesc fields[4] = {
-        {"Name", DBFieldTypes::text}, {"COOKIE", DBFieldTypes::text}, {"Size", DBFieldTypes::number}, {}};
-    Writer writer{fields};
-};
-
-TEST_F(Container, ReadsBackWhatItWrites) {
+    Writer writer(fields);
+    writer.setName("Reels");
+    writer.setPermanent(false);
+    writer.setName("Clips");
+    Writer::Item one = writer.addItem(Cookie("clip-1", true));
+    one.setAttrib(kName, " \t\none");
+    one.setAttrib(kSize, 10);
+    writer.addItem(Cookie("clip-2", true)).setAttrib(kSize, 2.5);
     for (int again = 0; again < 2; ++again) {  // over a file
-        EXPECT_EQ(answers_of(writer), "Clips =14.5 2 2 | " + kItems + "!-:,=14.5");
+        writer.save(wide(path));
         EXPECT_EQ(file_bytes(path), kFile);
     }
     const Reader reader(wide(path), false), header(wide(path), true);
+    EXPECT_EQ(answers(reader), "Clips =14.5 2 2 | clip-1:one,10=20 | clip-2:,2.50000000=4.5 | !-:,=14.5");
     EXPECT_EQ(answers(header), "Clips =14.5 2 0 | !-:,=14.5");
     EXPECT_TRUE(reader.getCookie().text() == "Clips.v2" && header.getNameW() == L"Clips");
     EXPECT_EQ(reader.getItemAttribIndex("take") + reader.getItemAttribIndex(nullptr), -2);
     EXPECT_TRUE(reader.getContents().contains(Cookie("clip-2", true)) && !reader.contains(Cookie("CLIP-2", true)));
 }
 
-TEST_F(Container, AddsNothingForAnInvalidIdentityAndSetsNothingOutsideTheFields) {
-    Writer::Item invalid = writer.addItem(Cookie("I17", true)), interview = writer.addItem(Cookie("Interview 1", true));
-    EXPECT_FALSE(invalid.valid());
-    writer.addItem(Cookie("clip-1", true));  // repeats are not looked for
-    const auto set = [](Writer::Item& item, unsigned index) {
-        item.setAttrib(index, "x"), item.setAttrib(index, 1), item.setAttrib(index, 1.5);
+TEST(Container, AnswersAsItsAttributesAndIdentitiesSay) {
+    const std::string nothing = "!  =14.5 -1 0 | !-:,=14.5", items = "2 2 | M1:,=0 | Interview 1:,=0 | ";
+    const std::tuple<DBFieldDesc*, const char*, std::string, std::string> kContainers[] = {
+        // the fields from there on, two attributes of its own with that text, the identities; the answers
+        {fields, "2.5a", "M1,Interview 1", " 2.5a=4.5 " + items + "!-:,=14.5"},
+        {fields, "", "M1,Interview 1", " =14.5 " + items + "!-:,=14.5"},
+        {fields, "abc", "I17,M1,Interview 1", " abc=0 " + items + "!-:,=14.5"},  // an invalid identity: no item
+        {fields, "1", "M1,Interview 1,M1", "permanent  1=2 2 2 | M1:,=0 | Interview 1:,=0 | M1:,=0 | !-:,=14.5"},
+        {fields, nullptr, "M1", nothing},
+        {fields + 1, "1", "M1,M2", "permanent  1=2 1 2 | M1:M1,=14.5 | M2:M2,=14.5 | !-:,=14.5"},
+        {fields + 2, "1", "M1,M2", "!  =14.5 -1 1 | !-:,=14.5 | !-:,=14.5 | !-:,=14.5"},  // each time the empty one
+        {fields + 3, nullptr, "M1,M2", nothing},
     };
-    set(invalid, kName);
-    for (const unsigned outside : kOutside) set(interview, outside);
-    EXPECT_EQ(answers_of(writer), "Clips =14.5 2 3 | " + kItems + "Interview 1:,=0 | clip-1:,=0 | !-:,=14.5");
-}
-
-TEST_F(Container, ReadsItsOwnAttributesAsTextsNumbersAndTruths) {
-    const std::pair<const char*, const char*> kTexts[] = {
-        {"2.5a", "Clips 2.5a=4.5 "}, {"", "Clips =14.5 "}, {"abc", "Clips abc=0 "}, {"1", "permanent Clips 1=2 "}};
-    for (const auto& [text, expected] : kTexts) {
-        writer.setAttrib("count", text);
-        writer.setAttrib("PERMANENT", text);
-        EXPECT_EQ(answers_of(writer), expected + ("2 2 | " + kItems) + "!-:,=14.5");
-    }
-}
-
-TEST_F(Container, IsNotValidWithoutAttributesOrIdentities) {
-    const std::string nothing = "!  =14.5 -1 0 | !-:,=14.5";
-    const std::tuple<DBFieldDesc*, bool, std::string> kContainers[] = {
-        {fields, false, nothing},
-        {fields + 1, true, "permanent  =14.5 1 2 | clip-1:clip-1,=14.5 | clip-2:clip-2,=14.5 | !-:,=14.5"},
-        {fields + 2, true, "!  =14.5 -1 1 | !-:,=14.5 | !-:,=14.5 | !-:,=14.5"},  // of each item the empty identity
-        {fields + 3, true, nothing},
-    };
-    for (const auto& [first, permanent, expected] : kContainers) {
-        Writer container(first);
-        if (permanent) container.setPermanent(true);
-        for (const char* const id : {"clip-1", "clip-2"}) EXPECT_TRUE(container.addItem(Cookie(id, true)).valid());
-        EXPECT_EQ(answers_of(container), expected);
+    const Logged log;
+    const TempDir folder;
+    for (const auto& [first, text, ids, expected] : kContainers) {
+        Writer writer(first);
+        if (text) writer.setAttrib("count", text), writer.setAttrib("PERMANENT", text);
+        for (const std::string& id : pieces(ids, ',')) {
+            const Writer::Item item = writer.addItem(Cookie(String(id), true));
+            EXPECT_EQ(item.valid(), id != "I17");
+            if (!item.valid()) set_each_way(item, kName);
+            for (const unsigned outside : kOutside) set_each_way(item, outside);
+        }
+        writer.save(wide(folder.path("box")));
+        EXPECT_EQ(answers(Reader(wide(folder.path("box")), false)), expected);
     }
     for (const std::string& name : {folder.path("missing"), folder.path(), std::string()})
         EXPECT_EQ(answers(Reader(wide(name), false)), nothing);
