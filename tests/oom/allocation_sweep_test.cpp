@@ -10,20 +10,6 @@ namespace {
 
 Cookie long_id() { return Cookie("Midentifier of many bytes", false); }
 
-std::string whole_text_of(keldb& table) {
-    std::string text = text_of(static_cast<ODBBase&>(table)) + (table.ok() ? "" : " BROKEN");
-    for (unsigned i = 0; i < table.get_num_records(); ++i) text += table[i].get_changed() ? " c" : " -";
-    for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
-        text += std::string(" ") + table.get_nth_param_name(i) + '=' + table.get_nth_param_val(i);
-    return text + ' ' + std::to_string(table.get_valid() * 2 + table.get_changed()) + '\n';
-}
-
-std::string whole_text_of(ODBViewRep& view) {
-    std::string text = std::string(view.fieldSpec()) + ": " + rows(view) + (view.ok() ? "" : " BROKEN");
-    for (const auto& entry : view.params().entries()) text += std::string(" ") + entry.key() + '=' + entry.value();
-    return text + '\n';
-}
-
 struct State {
     std::string all, files;
     std::set<std::string> records;
@@ -65,11 +51,14 @@ struct House {
         State now;
         writer.save(path("box"));
         for (const std::string& name : names_in(dir.path())) now.files += name + ": " + file_bytes(dir.path(name));
-        now.all = whole_text_of(table) + whole_text_of(other) + (made ? whole_text_of(*made) : "") + result + '\n';
-        for (const ODBView& each : {root, view}) now.all += each ? whole_text_of(**each) : "null\n";
+        now.all = described(table) + described(other) + (made ? described(*made) : "") + result + '\n';
+        for (const ODBView& each : {root, view}) now.all += each ? described(**each) : "null\n";
         now.all += map.asString().c_str() + ('\n' + now.files) + std::to_string(open_descriptors());
         for (keldb* each : {&table, &other}) {
-            for (unsigned i = 0; i < each->get_num_records(); ++i) now.records.insert(text_of((*each)[i]));
+            for (unsigned i = 0; i < each->get_num_records(); ++i) {
+                now.all += (*each)[i].get_changed() ? 'c' : '-';
+                now.records.insert(text_of((*each)[i]));
+            }
         }
         return now;
     }

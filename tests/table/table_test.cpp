@@ -173,19 +173,6 @@ TEST(Arguments, BeyondWhatMemoryHoldsLeaveTheTableAsItWas) {
 
 // --- Copies and assignment ---
 
-// With its parameters but the first; the flags valid, error, changed and tags-only; the match of the first record
-// with the query; and the file name.
-std::string described(keldb& table) {
-    std::string text = text_of(table) + ';';
-    for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
-        text += std::string(" ") + table.get_nth_param_name(i) + '=' + table.get_nth_param_val(i);
-    for (const int number :
-         {table.get_valid(), table.is_error(), table.get_changed(), table.get_show_tags_only(), table.match_record(0)})
-        text += ' ' + std::to_string(number);
-    EXPECT_TRUE(table.ok());
-    return text + toUTF8(table.get_filename()).c_str();
-}
-
 TEST(TableCopies, TakeWhatEachPromises) {
     int keys[] = {0, -1};
     keldb target = table_of("x:a | 1");
@@ -194,7 +181,7 @@ TEST(TableCopies, TakeWhatEachPromises) {
         keldb source = table_of("Name:a Start~time:t | b,10 | *a,09 | *c,");
         source.add_param("Name", "clip");
         source.add_param("keldb", "Rev 9");
-        source.set_filename(L" /log");
+        source.set_filename(L"/log");
         source.set_fieldtype(99, DBFieldTypes::none);
         source.set_sortfields(keys);
         source.set_sort_offset(3);
@@ -214,7 +201,8 @@ TEST(TableCopies, TakeWhatEachPromises) {
         with.sortPrepare(1, 0);
         EXPECT_EQ(kel::sort_state().offset + kel::sort_state().keys[0], 0);
     }
-    EXPECT_EQ(described(target), "Name:a Start~time:t | *a,09 | *c,; KELDB=Rev 9 Name=clip 1 1 1 1 0 /log");
+    EXPECT_EQ(described(target), "Name:a Start~time:t | *a,09 | *c,; KELDB=Rev 9 Name=clip 1 1 1 1 0");
+    EXPECT_TRUE(target.get_filename() == L"/log" && keldb(target).get_filename().empty());
     target.endUpdate();
     EXPECT_EQ(kept.take(), "!M1");
     target.set_show_tags_only(0);

@@ -101,6 +101,17 @@ inline std::string text_of(ODBBase& table) {
     return std::string(kel::skip_trailing_space(text));
 }
 
+// With its parameters; the flags valid, error, changed and tags-only; and the match of the first record with the query.
+inline std::string described(keldb& table) {
+    std::string text = text_of(static_cast<ODBBase&>(table)) + ';';
+    for (int i = 0; i < static_cast<int>(table.get_num_params()); ++i)
+        text += std::string(" ") + table.get_nth_param_name(i) + '=' + table.get_nth_param_val(i);
+    for (const int number :
+         {table.get_valid(), table.is_error(), table.get_changed(), table.get_show_tags_only(), table.match_record(0)})
+        text += ' ' + std::to_string(number);
+    return text + (table.ok() ? "" : " BROKEN");
+}
+
 // --- Views ---
 
 // A table with one field Name and that many records a, b, c, ...
@@ -135,6 +146,15 @@ inline std::string rows(const ODBViewRep& view) {
     for (int i = 0; i < view.size(); ++i)
         text += (i == 0 ? "" : " ") + std::to_string(view.recRef(i)->row) + (view.recRef(i)->tag ? "*" : "");
     return text;
+}
+
+// With its description and its parameters.
+inline std::string described(ODBViewRep& view) {
+    GrowString text;
+    view.asString(text);
+    std::string all = rows(view) + '\n' + text.c_str();
+    for (const auto& entry : view.params().entries()) all += std::string(entry.key()) + '=' + entry.value() + ' ';
+    return all + (view.ok() ? "" : "BROKEN");
 }
 
 // --- Announcements ---

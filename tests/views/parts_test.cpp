@@ -53,15 +53,6 @@ TEST(ViewIndex, GrowsAndShrinksByTheRuleUpToWhatAnIntCounts) {
     EXPECT_TRUE(view.size() == 2 && table.get_num_records() == 2U);
 }
 
-// What it shows, its description and its parameters.
-std::string told(const ODBView& view) {
-    GrowString text;
-    view->asString(text);
-    std::string all = rows(**view) + '\n' + text.c_str();
-    for (const auto& entry : view->params().entries()) all += std::string(entry.key()) + '=' + entry.value() + ' ';
-    return all;
-}
-
 TEST(ViewMaking, ShowsDescribesAndCarriesWhatItShould) {
     keldb table = table_of("name:a Start~time:t | a,1 | b,2 | *c,3");
     table.add_param("Name", "clip");
@@ -87,7 +78,7 @@ TEST(ViewMaking, ShowsDescribesAndCarriesWhatItShould) {
     for (const auto& [made, shows, spec, fields, name] : kMade) {
         std::string expected = shows;
         expected.append("\nfieldSpec: ").append(spec).append("\nfields: (").append(fields);
-        EXPECT_EQ(told(made), expected.append(")\nKELDB=Rev 1 Name=").append(name).append(" "));
+        EXPECT_EQ(described(**made), expected.append(")\nKELDB=Rev 1 Name=").append(name).append(" "));
         const std::unique_ptr<keldb> own(made->odb() != &table ? made->odb() : nullptr);
         made->odb(nullptr);
     }
@@ -105,19 +96,19 @@ TEST(ViewAttachment, TakesParametersAndFileNameAndRenamesFields) {
     const ODBView view = view_showing(*left, "0");
     view->odb(&table);
     left.reset();
-    EXPECT_EQ(told(view), "\nfieldSpec: Name\nfields: (a)\nKELDB=mine Name=clip ");
+    EXPECT_EQ(described(**view), "\nfieldSpec: Name\nfields: (a)\nKELDB=mine Name=clip ");
     EXPECT_TRUE(view->fileName() == L"log.keldb");
     view->add_param("name", "own");
     EXPECT_STREQ(table.get_param_val("Name"), "clip");
     view->odb(nullptr);
-    EXPECT_EQ(told(view), "\nfieldSpec: Name\nfields: (voidref)\nKELDB=mine Name=own ");
+    EXPECT_EQ(described(**view), "\nfieldSpec: Name\nfields: (voidref)\nKELDB=mine Name=own ");
     view->odb(&table);
     view->fieldSpec(nullptr);
     EXPECT_TRUE(!view.copy()->fieldSpec() && !ODBView(view, true)->fieldSpec());
     view->add_param("Name", "own");
     view->addParamsFrom(&table);
     view->addParamsFrom(static_cast<const keldb*>(nullptr));
-    EXPECT_EQ(told(view), "\nfieldSpec: \nKELDB=mine Name=clip ");
+    EXPECT_EQ(described(**view), "\nfieldSpec: \nKELDB=mine Name=clip ");
 }
 
 TEST(ViewHandles, MayHoldNoViewOrADetachedOne) {
