@@ -143,6 +143,7 @@ struct Operations {
         special("view.make", [](Driver& d) { d.make_view(d.table()); });
         special("view.newTagSubview", [](Driver& d) {
             const ViewTwin v = d.view();
+            // Nothing stands on a detached view, and three levels are enough.
             if (v.naive->detached() || (v.naive->base_view() && v.naive->base_view()->base_view())) return;
             ODBViewRep* const made = d.done([&] { return v.lib->newTagSubview(); });
             d.put_view(made, v.naive->table(), v.naive).displayTaggedRecordsAt(0);
