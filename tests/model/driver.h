@@ -158,6 +158,7 @@ public:
                 faults.stop();
             }
             ++outcome.out_of_memory;
+            if (at >= 32 && at % 32 != 0) continue;  // what it left behind is seen then, or at the end
             const std::uint64_t digest = outcome.digest;
             check();  // the twin has not done it yet
             outcome.digest = digest;
@@ -254,7 +255,8 @@ private:
             t.naive = std::make_shared<NaiveTable>("t" + std::to_string(&t - tables), expected);
             for (const DBFieldDesc& field : fields) both(t, [&](auto& x) { return x.addField(field); });
             fill(t, 8 * static_cast<int>(bytes.pick(5)));
-            if (most_rows > 500) both(t, [](auto& x) { return x.add_records(490); });  // nearly a chunk
+            const bool large = most_rows > 500 && &t == tables;
+            if (large) both(t, [](auto& x) { return x.add_records(490); });  // nearly a chunk
             listen(t);
         }
     }
