@@ -30,8 +30,8 @@ public:
     void reserve(std::size_t count);
 
     int find(std::string_view id) const noexcept;  // the row, or -1
-    void make_room_for_one();
-    void put(const String& id, int row) noexcept;  // replaces the row of one that is there; once there is room
+    void make_room_for_one();                      // may raise std::bad_alloc; then nothing has changed
+    void put(const String& id, int row) noexcept;  // replaces the row of one that is there; room was made before
     void put_first(std::string_view id, int row);  // leaves the row of one that is there
     bool ok() const noexcept;
 
@@ -44,8 +44,9 @@ private:
     static constexpr std::uint32_t kFree = UINT32_MAX;
 
     std::size_t slot_of(std::string_view id, std::uint32_t hash) const noexcept;
+    // Made with that row when there is none. A String shares its text with the entry and so takes no memory for it.
     template <class Id>
-    Entry& entry_of(const Id& id, int row);  // made with that row when there is none
+    Entry& entry_of(const Id& id, int row);
     void grow(std::size_t slots);
 
     Stamp stamp_{0, 0};

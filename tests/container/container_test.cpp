@@ -70,6 +70,7 @@ TEST(Container, AnswersAsItsAttributesAndIdentitiesSay) {
         {fields, "2.5a", "M1,Interview 1", " 2.5a=4.5 " + items + "!-:,=14.5"},
         {fields, "", "M1,Interview 1", " =14.5 " + items + "!-:,=14.5"},
         {fields, "abc", "I17,M1,Interview 1", " abc=0 " + items + "!-:,=14.5"},  // an invalid identity: no item
+        // Repeated identities are not looked for.
         {fields, "1", "M1,Interview 1,M1", "permanent  1=2 2 2 | M1:,=0 | Interview 1:,=0 | M1:,=0 | !-:,=14.5"},
         {fields, nullptr, "M1", nothing},
         {fields + 1, "1", "M1,M2", "permanent  1=2 1 2 | M1:M1,=14.5 | M2:M2,=14.5 | !-:,=14.5"},

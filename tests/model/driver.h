@@ -5,9 +5,10 @@
 // A program has foreign listeners or none, by its first byte; with them the library announces deletion by deletion,
 // without them it deletes all at once, and the twin always goes step by step: both ways are held to the same results.
 //
-// Memory runs out now and then, at the first, second, ... allocation of an operation until it is done: each time all
-// that can be seen must be as before it. Only what deletes run by run while somebody listens may stop between two runs;
-// then all must be in order, and the program ends.
+// Memory runs out now and then, at the first, second, ... allocation of an operation until it is done: all that can be
+// seen must be as before it, which is looked at after each of the first failures and some of the later ones, since an
+// operation on many rows fails hundreds of times. Only what deletes run by run while somebody listens may stop between
+// two runs; then all must be in order, and the program ends.
 #ifndef KELDB_TESTS_MODEL_DRIVER_H
 #define KELDB_TESTS_MODEL_DRIVER_H
 
@@ -158,7 +159,7 @@ public:
                 faults.stop();
             }
             ++outcome.out_of_memory;
-            if (at >= 32 && at % 32 != 0) continue;  // what it left behind is seen then, or at the end
+            if (at >= 32 && at % 32 != 0) continue;  // what it left behind is seen next time, or at the end
             const std::uint64_t digest = outcome.digest;
             check();  // the twin has not done it yet
             outcome.digest = digest;

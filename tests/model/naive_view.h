@@ -24,7 +24,8 @@ public:
         base()->add_listener(this);
     }
     ~NaiveView() override { base()->drop_listener(this); }
-    // What a detached view stands on: nothing is there, and nothing is taken in.
+    // What a detached view stands on: nothing is there, and nothing is taken in. One for all views of all programs,
+    // since nothing that is set in it can be seen.
     static NaiveTable* nowhere() {
         static Log unheard;
         static NaiveTable table("nowhere", unheard);

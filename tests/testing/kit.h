@@ -24,9 +24,9 @@
 #include "tests/testing/plain_table.h"
 #include "tests/testing/texts.h"
 
-using namespace testing_kit;
+namespace testing_kit {
 
-// What is logged while it lives.
+// What is logged while it lives. Not for work whose memory is made to fail: collecting takes some.
 struct Logged {
     Logged() {
         setLogSink([](const char* message, void* to) { *static_cast<std::string*>(to) += message; }, &text);
@@ -34,5 +34,9 @@ struct Logged {
     ~Logged() { setLogSink(nullptr, nullptr); }
     std::string text;
 };
+
+}  // namespace testing_kit
+
+using namespace testing_kit;
 
 #endif

@@ -106,7 +106,7 @@ const std::pair<std::string, void (*)(World&)> kActs[] = {
         w.above->removeTagged();
         EXPECT_FALSE(w.view && w.view->member(d));
     }},
-    {"", [](World& w) {
+    {"", [](World& w) {  // shows every row, whatever the script did to table and views
         w.in_order = false;
         w.above->displayAllRecords();
         if (w.view) w.view->displayAllRecords();
